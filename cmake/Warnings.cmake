@@ -1,0 +1,13 @@
+# Flags that every target of ours is built with.
+add_library(halvo_warnings INTERFACE)
+target_compile_options(halvo_warnings INTERFACE
+  -Wall -Wextra -Wpedantic $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local> -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Wold-style-cast
+  -Woverloaded-virtual -Wno-missing-field-initializers)
+
+add_library(halvo_sanitizers INTERFACE)
+if(HALVO_SANITIZERS)
+  target_compile_options(halvo_sanitizers INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  target_link_options(halvo_sanitizers INTERFACE -fsanitize=address,undefined)
+  target_compile_definitions(halvo_sanitizers INTERFACE _GLIBCXX_ASSERTIONS)
+endif()

@@ -1,0 +1,11 @@
+#include <Base/Failure.h>
+
+namespace halvo {
+
+std::string describe(const std::exception& error) {
+    if (const auto* failure = dynamic_cast<const Failure*>(&error))
+        return failure->description();
+    return error.what();
+}
+
+} // namespace halvo

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace halvo {
+
+bool isValidUTF8(std::string_view text);
+
+/// Composed form (NFC), as file names, object keys and URLs that the program makes use it. Text that is not
+/// UTF-8 comes back as it is.
+std::string composed(std::string_view text);
+
+/// Decomposed form (NFD), as names inside HFS Plus volumes use it. Text that is not UTF-8 comes back as it
+/// is.
+std::string decomposed(std::string_view text);
+
+/// The terminal columns that the text takes: wide characters count two, marks that combine none.
+std::size_t displayWidth(std::string_view text);
+
+/// Every sequence that is not UTF-8 becomes U+FFFD.
+std::string repairedUTF8(std::string_view text);
+
+} // namespace halvo

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <Base/Bytes.h>
+#include <Base/Failure.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace halvo {
+
+/// One header field. Names are compared without regard to case.
+using HTTPHeader = std::pair<std::string, std::string>;
+
+/// Told how many bytes of a body went out, of how many.
+using TransferProgress = std::function<void(std::uint64_t sent, std::uint64_t total)>;
+
+struct HTTPRequest {
+    std::string method = "GET"; ///< sent exactly as written, also in lower case
+    std::string url{};          ///< absolute, already percent-encoded; path and query are sent as they stand
+    std::vector<HTTPHeader> headers{};
+    ByteView body{};      ///< borrowed; streamed from where it lies, never copied
+    bool hasBody = false; ///< true for an empty body too: then `Content-Length: 0` is sent
+    std::chrono::milliseconds timeLimit{60'000};            ///< for the whole exchange
+    std::uint64_t responseLimit = std::uint64_t{256} << 20; ///< bytes of body that are taken before giving up
+    TransferProgress progress{};
+};
+
+struct HTTPResponse {
+    int status = 0;
+    std::vector<HTTPHeader> headers{};
+    Bytes body{}; ///< decompressed
+
+    /// The value of the first field of that name.
+    std::optional<std::string> header(std::string_view name) const;
+    std::string_view text() const { return viewText(body); }
+};
+
+/// An exchange that ended without an HTTP response: no route, no name, a cut connection, TLS, the time limit.
+class HTTPError : public Failure {
+public:
+    enum class Kind {
+        invalidRequest,   ///< the URL or its scheme cannot be used
+        cannotConnect,    ///< no such host, refused, unreachable
+        connectionLost,   ///< cut or reset while sending or receiving
+        timedOut,         ///< the time limit passed
+        insecure,         ///< TLS failed: certificate, host name, protocol
+        responseTooLarge, ///< the body outgrew `responseLimit`
+        notHTTP,          ///< what came back is no HTTP response
+        other,
+    };
+    HTTPError(Kind kind, std::string description) : Failure(std::move(description)), kind(kind) {}
+    Kind kind;
+};
+
+/// Sends requests over HTTP/1.1 or 2, TLS certificates always verified, proxies taken from the environment.
+/// Redirects are not followed: they come back as responses. Usable from several threads at once.
+class HTTPSession {
+public:
+    virtual ~HTTPSession() = default;
+    /// Any status is a response. Throws HTTPError, or CancelledError once cancellation is requested.
+    virtual HTTPResponse send(const HTTPRequest& request, const std::stop_token& cancellation) = 0;
+};
+
+/// The session of this system (libcurl), whose library is opened with the first request.
+std::unique_ptr<HTTPSession> makeSystemHTTPSession();
+
+} // namespace halvo

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <Base/Bytes.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace halvo {
+
+/// The results that keychain operations have, with the numbers that macOS gives them (Security framework,
+/// SecBase.h). Any other number can occur and stands for "something else went wrong".
+enum class KeychainStatus : std::int32_t {
+    success = 0,
+    userCanceled = -128,
+    notAvailable = -25291, ///< there is no keychain service to ask
+    authFailed = -25293,
+    duplicateItem = -25299,
+    itemNotFound = -25300,
+    interactionNotAllowed = -25308, ///< locked, and nobody can be asked
+    ioError = -36,
+};
+
+/// Which of the two keychains of a user: the data protection keychain, where this program's items live, or
+/// the older file-based login keychain, where other tools and older versions left theirs.
+enum class KeychainDomain { dataProtection, login };
+
+/// Names one generic password.
+struct KeychainQuery {
+    std::string service{};
+    std::string account{};
+    KeychainDomain domain = KeychainDomain::dataProtection;
+    std::optional<std::string> protocol{}; ///< narrows a search: the item must have been stored with it
+    bool operator==(const KeychainQuery&) const = default;
+};
+
+/// What an item says about itself to somebody who browses a keychain. Absent: not stated.
+struct KeychainAttributes {
+    std::optional<std::string> label{};
+    std::optional<std::string> description{};
+    std::optional<std::string> comment{};
+    bool operator==(const KeychainAttributes&) const = default;
+};
+
+struct KeychainItem {
+    Bytes data{};
+    KeychainAttributes attributes{};
+    bool operator==(const KeychainItem&) const = default;
+};
+
+/// Generic passwords of the user. Operations answer with a status and throw nothing; they may block while the
+/// desktop asks the user. Data never reaches a log.
+class KeychainItems {
+public:
+    virtual ~KeychainItems() = default;
+    /// On success `item` is filled.
+    virtual KeychainStatus copy(const KeychainQuery& query, KeychainItem& item) = 0;
+    /// Whether the item exists, without reading its data: success or itemNotFound, or why it cannot be told.
+    virtual KeychainStatus exists(const KeychainQuery& query) = 0;
+    /// duplicateItem when there is one with that service, account and domain.
+    virtual KeychainStatus add(const KeychainQuery& query, const KeychainItem& item) = 0;
+    /// Replaces the data and the attributes that are present in `item`.
+    virtual KeychainStatus update(const KeychainQuery& query, const KeychainItem& item) = 0;
+    virtual KeychainStatus remove(const KeychainQuery& query) = 0;
+    /// The system's sentence for a status, empty when it has none.
+    virtual std::string message(KeychainStatus status) const = 0;
+};
+
+} // namespace halvo

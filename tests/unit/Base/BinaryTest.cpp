@@ -1,0 +1,50 @@
+#include <Base/BinaryReader.h>
+#include <Base/BinaryWriter.h>
+
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+TEST(Binary, readsBackWhatItWrites) {
+    BinaryWriter writer;
+    writer.writeUInt8(0xFE);
+    writer.writeUInt16(0xFEDC);
+    writer.writeUInt32(0xFEDCBA98);
+    writer.writeUInt64(0xFEDCBA9876543210);
+    writer.writeText("icns");
+    writer.writeZeros(2);
+    EXPECT_EQ(toHex(writer.bytes()), "fefedcfedcba98fedcba987654321069636e730000");
+
+    BinaryReader reader(writer.bytes());
+    EXPECT_EQ(reader.readUInt8(), 0xFE);
+    EXPECT_EQ(reader.readUInt16(), 0xFEDC);
+    EXPECT_EQ(reader.readUInt32(), 0xFEDCBA98);
+    EXPECT_EQ(reader.readUInt64(), 0xFEDCBA9876543210);
+    EXPECT_EQ(viewText(reader.readBytes(4)), "icns");
+    reader.skip(2);
+    EXPECT_TRUE(reader.atEnd());
+}
+
+TEST(BinaryReader, staysWhereItWasWhenAReadDoesNotFit) {
+    const Bytes bytes{1, 2, 3};
+    BinaryReader reader(bytes);
+    reader.skip(1);
+    EXPECT_THROW(reader.readUInt32(), BinaryReadError);
+    EXPECT_THROW(reader.readBytes(SIZE_MAX), BinaryReadError);
+    EXPECT_EQ(reader.position(), 1u);
+    EXPECT_EQ(reader.readUInt16(), 0x0203);
+}
+
+TEST(BinaryReader, refusesBlocksThatLeaveTheInput) {
+    const Bytes bytes{1, 2, 3, 4};
+    const BinaryReader reader(bytes);
+    EXPECT_EQ(reader.block(1, 2).readUInt16(), 0x0203);
+    EXPECT_TRUE(reader.block(4, 0).atEnd());
+    for (const auto& [offset, size] :
+         {std::pair<std::uint64_t, std::uint64_t>{5, 0}, {0, 5}, {3, 2}, {UINT64_MAX, 1}, {1, UINT64_MAX}})
+        EXPECT_THROW((void)reader.block(offset, size), BinaryReadError) << offset << " " << size;
+}
+
+} // namespace
+} // namespace halvo
