@@ -54,8 +54,9 @@ struct TextQuestion {
     std::optional<TerminalText> description{};
     std::optional<std::string> defaultValue{}; ///< shown, and the answer when nothing is typed
     bool collapseOnAnswer = true;
-    bool secure = false; ///< a secret: bullets stand for what is typed, and nothing of it stays
+    bool secure = false; ///< a secret: bullets stand for what is typed, and the prompt always collapses
     /// What is wrong with an answer, as a sentence; absent when it is right. The question stays until it is.
+    /// Must not print.
     std::function<std::optional<std::string>(const std::string& answer)> validation{};
     std::string hint{}; ///< as in YesOrNoQuestion
 };
