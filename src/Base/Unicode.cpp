@@ -1,5 +1,6 @@
 #include <Base/Unicode.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -39,6 +40,8 @@ void forEachCharacter(std::string_view text, Visit visit) {
 } // namespace
 
 bool isValidUTF8(std::string_view text) {
+    if (std::none_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) != 0; }))
+        return true;
     bool valid = true;
     forEachCharacter(text,
                      [&](std::int32_t codepoint, std::string_view) { valid = valid && codepoint >= 0; });

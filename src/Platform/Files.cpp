@@ -1,5 +1,7 @@
 #include <Platform/Files.h>
 
+#include "Descriptor.h"
+
 #include <Base/UUID.h>
 
 #include <cerrno>
@@ -13,25 +15,6 @@
 
 namespace halvo {
 namespace {
-
-/// Closes a file descriptor when it goes.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number(number) {}
-    Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
-    Descriptor& operator=(Descriptor&&) = delete;
-    ~Descriptor() {
-        if (number >= 0)
-            ::close(number);
-    }
-    int get() const { return number; }
-    bool isOpen() const { return number >= 0; }
-    /// Closes now and says whether that worked: some file systems report a failed write only here.
-    bool close() { return ::close(std::exchange(number, -1)) == 0; }
-
-private:
-    int number;
-};
 
 struct OpenedFile {
     Descriptor descriptor;

@@ -6,6 +6,7 @@
 #include <Platform/ImageServices.h>
 #include <Platform/KeychainItems.h>
 #include <Platform/Log.h>
+#include <Platform/ProcessRunner.h>
 #include <Platform/UserDefaults.h>
 #include <Platform/Workspace.h>
 
@@ -19,6 +20,7 @@ namespace halvo {
 struct Platform {
     const Environment& environment;
     Clock& clock;
+    ProcessRunner& processes;
     UserDefaults& userDefaults;
     KeychainItems& keychainItems;
     HTTPSession& http;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "../Descriptor.h"
+
+#include <Platform/Environment.h>
+#include <Platform/ProcessRunner.h>
+
+#include <filesystem>
+
+#include <sys/types.h>
+
+namespace halvo {
+
+/// A child that has just been started, with our ends of its output pipes (non-blocking).
+struct SpawnedChild {
+    pid_t pid = 0;
+    Descriptor standardOutput{};
+    Descriptor standardError{};
+};
+
+/// Starts `executable` with what the request says. Throws ProcessError.
+SpawnedChild spawn(const std::filesystem::path& executable, const ProcessRequest& request,
+                   const Environment& environment);
+
+} // namespace halvo

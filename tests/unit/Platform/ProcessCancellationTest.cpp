@@ -1,0 +1,107 @@
+#include <Platform/SystemProcessRunner.h>
+
+#include <Support/Shell.h>
+#include <Support/TemporaryFolder.h>
+
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using namespace std::chrono_literals;
+using test::shell;
+using test::TemporaryFolder;
+
+/// A run that is cancelled as soon as its tool has written a first line into a file.
+class ProcessCancellationTest : public testing::Test {
+protected:
+    Environment environment{{{"PATH", "/usr/bin:/bin"}}};
+    SystemProcessRunner runner{environment, ToolPaths(Environment(), "")};
+    TemporaryFolder folder;
+    std::string ready = folder / "ready";
+    std::string trace = folder / "trace";
+
+    /// The script gets the two paths as $1 and $2. Gives what the script wrote into `ready`.
+    std::string cancelOnceReady(ProcessRequest request) {
+        request.arguments.insert(request.arguments.end(), {ready, trace});
+        std::stop_source source;
+        request.cancellation = source.get_token();
+        std::string text;
+        std::jthread canceller([&] {
+            text = test::awaitText(ready);
+            source.request_stop();
+        });
+        EXPECT_THROW(runner.run(request), CancelledError);
+        canceller.join();
+        return text;
+    }
+};
+
+TEST_F(ProcessCancellationTest, goesThroughTheStepsUntilTheChildIsGone) {
+    ProcessRequest request = shell("trap 'echo hup >> \"$2\"' HUP; trap 'echo term >> \"$2\"; exit' TERM;"
+                                   "trap 'echo int >> \"$2\"' INT; echo $$ > \"$1\"; "
+                                   "while :; do sleep 0.02; done");
+    request.teardown = {{SIGHUP, 200ms}, {SIGTERM, 10s}, {SIGINT, 10s}};
+    EXPECT_FALSE(test::isAlive(std::stoi(cancelOnceReady(request))));
+    EXPECT_EQ(test::readText(trace), "hup\nterm\n");
+}
+
+TEST_F(ProcessCancellationTest, killsAChildThatOutlivesEveryStep) {
+    ProcessRequest request = shell("trap '' TERM; echo $$ > \"$1\"; while :; do sleep 0.02; done");
+    request.teardown = {{SIGTERM, 50ms}};
+    EXPECT_FALSE(test::isAlive(std::stoi(cancelOnceReady(request))));
+}
+
+TEST_F(ProcessCancellationTest, leavesAChildThatIsFullOfOutputTheTimeToGo) {
+    ProcessRequest request = shell("trap 'head -c 3000000 /dev/zero; echo clean >> \"$2\"; exit' TERM;"
+                                   "echo $$ > \"$1\"; while :; do sleep 0.02; done");
+    request.teardown = {{SIGTERM, 10s}};
+    cancelOnceReady(request);
+    EXPECT_EQ(test::readText(trace), "clean\n");
+}
+
+TEST_F(ProcessCancellationTest, endsTheWholeGroupEvenWhenItsLeaderGoesFirst) {
+    ProcessRequest request =
+        shell("(trap '' TERM; sh -c 'echo $PPID > \"$1\"' sh \"$1\"; while :; do sleep 0.02; done) &"
+              "wait");
+    request.ownGroup = true;
+    request.teardown = {{SIGTERM, 5s}};
+    EXPECT_TRUE(test::vanishes(std::stoi(cancelOnceReady(request))));
+}
+
+TEST_F(ProcessCancellationTest, startsNothingWhenItCameBefore) {
+    std::stop_source source;
+    source.request_stop();
+    ProcessRequest request = shell("echo started > \"$1\"", {ready});
+    request.cancellation = source.get_token();
+    EXPECT_THROW(runner.run(request), CancelledError);
+    EXPECT_THROW(runner.start(request), CancelledError);
+    EXPECT_FALSE(std::filesystem::exists(ready));
+}
+
+TEST_F(ProcessCancellationTest, releasesReadersAndTearsDownInWait) {
+    std::stop_source source;
+    ProcessRequest request = shell("echo $$; exec sleep 60");
+    request.cancellation = source.get_token();
+    const auto process = runner.start(request);
+    const pid_t child = std::stoi(*process->readLine(OutputStream::standardOutput));
+    bool released = false;
+    std::jthread reader([&] {
+        try {
+            process->readLine(OutputStream::standardError);
+        } catch (const CancelledError&) {
+            released = true;
+        }
+    });
+    std::this_thread::sleep_for(20ms);
+    source.request_stop();
+    EXPECT_THROW(process->wait(), CancelledError);
+    reader.join();
+    EXPECT_TRUE(released);
+    EXPECT_FALSE(test::isAlive(child));
+}
+
+} // namespace
+} // namespace halvo

@@ -1,0 +1,122 @@
+#include <Platform/SystemProcessRunner.h>
+
+#include <Support/CaseName.h>
+#include <Support/Shell.h>
+#include <Support/TemporaryFolder.h>
+
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using test::CaseName;
+using test::shell;
+using test::TemporaryFolder;
+using Lines = std::vector<std::string>;
+
+Lines readAll(RunningProcess& process, OutputStream stream) {
+    Lines lines;
+    while (auto line = process.readLine(stream))
+        lines.push_back(*line);
+    return lines;
+}
+
+class ProcessStreamTest : public testing::Test {
+protected:
+    Environment environment{{{"PATH", "/usr/bin:/bin"}}};
+    SystemProcessRunner runner{environment, ToolPaths(Environment(), "")};
+};
+
+struct LineCase {
+    std::string_view name;
+    const char* script;
+    Lines lines;
+};
+
+class LineSplitting : public ProcessStreamTest, public testing::WithParamInterface<LineCase> {};
+
+TEST_P(LineSplitting, cutsAtBreaks) {
+    const auto process = runner.start(shell(GetParam().script));
+    EXPECT_EQ(readAll(*process, OutputStream::standardOutput), GetParam().lines);
+    EXPECT_TRUE(process->wait().succeeded());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ProcessStream, LineSplitting,
+    testing::Values(LineCase{"nothing", "true", {}},
+                    LineCase{"lineFeeds", "printf 'a\\n\\nb\\n'", {"a", "", "b"}},
+                    LineCase{"lastWithoutBreak", "printf 'a\\nb'", {"a", "b"}},
+                    LineCase{"carriageReturnLineFeed", "printf 'a\\r\\n\\r\\nb\\r\\n'", {"a", "", "b"}},
+                    LineCase{"overwrittenProgress", "printf '10%%\\r20%%\\rdone\\n'", {"10%", "20%", "done"}},
+                    LineCase{"breakInTwoPieces", "printf 'a\\r'; sleep 0.1; printf '\\nb\\n'", {"a", "b"}},
+                    LineCase{"lineInTwoPieces", "printf 'a'; sleep 0.1; printf 'b\\nc'", {"ab", "c"}},
+                    LineCase{"notUTF8", "printf 'a\\377b\\n'", {"a\ufffdb"}},
+                    LineCase{
+                        "characterInTwoPieces", "printf '\\303'; sleep 0.1; printf '\\251\\n'", {"\u00e9"}}),
+    CaseName());
+
+TEST_F(ProcessStreamTest, cutsAnEndlessLineIntoPieces) {
+    const auto process = runner.start(shell("head -c 2500000 /dev/zero | tr '\\0' x"));
+    const Lines lines = readAll(*process, OutputStream::standardOutput);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0].size(), std::size_t(1) << 20);
+    EXPECT_EQ(lines[0].size() + lines[1].size() + lines[2].size(), 2500000u);
+}
+
+TEST_F(ProcessStreamTest, readsBothStreamsAtOnce) {
+    const auto process = runner.start(shell("seq 1 200000 & seq 1 100000 >&2; wait"));
+    Lines errors;
+    std::jthread reader([&] { errors = readAll(*process, OutputStream::standardError); });
+    const Lines lines = readAll(*process, OutputStream::standardOutput);
+    reader.join();
+    EXPECT_TRUE(process->wait().succeeded());
+    EXPECT_EQ(lines.size(), 200000u);
+    EXPECT_EQ(lines.back(), "200000");
+    EXPECT_EQ(errors.size(), 100000u);
+}
+
+TEST_F(ProcessStreamTest, endsWithTheChildAndNotWithItsGrandchildren) {
+    const TemporaryFolder folder;
+    const auto process =
+        runner.start(shell("sleep 60 & echo $! > \"$1\"; echo last", {(folder / "pid").string()}));
+    EXPECT_EQ(readAll(*process, OutputStream::standardOutput), Lines{"last"});
+    EXPECT_TRUE(process->wait().succeeded());
+    ::kill(std::stoi(test::awaitText(folder / "pid")), SIGKILL);
+}
+
+TEST_F(ProcessStreamTest, signalsTheWholeGroupOfItsChild) {
+    ProcessRequest request = shell("sh -c 'echo $$; exec sleep 60' & echo $$; wait");
+    request.ownGroup = true;
+    const auto process = runner.start(request);
+    const pid_t first = std::stoi(*process->readLine(OutputStream::standardOutput));
+    const pid_t second = std::stoi(*process->readLine(OutputStream::standardOutput));
+    EXPECT_TRUE(process->signalGroup(SIGKILL));
+    EXPECT_EQ(process->wait(), (Termination{Termination::Kind::signalled, SIGKILL}));
+    EXPECT_TRUE(test::vanishes(first));
+    EXPECT_TRUE(test::vanishes(second));
+    EXPECT_FALSE(process->signalGroup(SIGKILL)) << "the number may be somebody else's by now";
+}
+
+TEST_F(ProcessStreamTest, tearsDownAChildThatNobodyWaitsFor) {
+    ProcessRequest request = shell("trap '' TERM; sleep 60 & echo $!; echo $$; wait; sleep 60");
+    request.ownGroup = true;
+    request.teardown = {{SIGTERM, std::chrono::milliseconds(50)}};
+    pid_t grandchild = 0;
+    pid_t child = 0;
+    {
+        const auto process = runner.start(request);
+        grandchild = std::stoi(*process->readLine(OutputStream::standardOutput));
+        child = std::stoi(*process->readLine(OutputStream::standardOutput));
+    }
+    EXPECT_TRUE(test::vanishes(grandchild));
+    EXPECT_FALSE(test::isAlive(child));
+}
+
+TEST_F(ProcessStreamTest, failsToStartAsACapturedRunDoes) {
+    EXPECT_THROW(runner.start({.executable = "/no/such/tool"}), ProcessError);
+}
+
+} // namespace
+} // namespace halvo

@@ -1,0 +1,46 @@
+#include <Platform/SystemProcessRunner.h>
+
+#include <Support/TemporaryFolder.h>
+
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using test::TemporaryFolder;
+
+TEST(ToolPaths, takesWhatTheMachineHasBeforeTheToolbox) {
+    const TemporaryFolder folder;
+    const ToolPaths tools(Environment(), folder / "toolbox");
+    EXPECT_EQ(tools.resolve("/bin/sh"), "/bin/sh");
+    EXPECT_EQ(tools.resolve("/usr/bin/no-such-tool"), folder / "toolbox/usr/bin/no-such-tool");
+}
+
+TEST(ToolPaths, letsNothingStandInForAToolRoot) {
+    const TemporaryFolder folder;
+    const Environment environment({{"HALVO_TOOL_ROOT", (folder / "root").string()}});
+    const ToolPaths tools(environment, folder / "toolbox");
+    EXPECT_EQ(tools.resolve("/bin/sh"), folder / "root/bin/sh");
+    EXPECT_EQ(tools.resolve("/usr/bin/no-such-tool"), folder / "root/usr/bin/no-such-tool");
+}
+
+TEST(ToolPaths, ignoresAnEmptyToolRoot) {
+    const Environment environment(std::map<std::string, std::string>{{"HALVO_TOOL_ROOT", ""}});
+    const ToolPaths tools(environment, "");
+    EXPECT_EQ(tools.resolve("/bin/sh"), "/bin/sh");
+    EXPECT_EQ(tools.resolve("/usr/bin/no-such-tool"), "/usr/bin/no-such-tool");
+}
+
+TEST(ToolPaths, isWhereTheRunnerFindsItsTools) {
+    const TemporaryFolder folder;
+    const auto tool = folder.write("root/usr/bin/codesign", "#!/bin/sh\necho \"from the root: $1\"\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    const Environment environment({{"HALVO_TOOL_ROOT", (folder / "root").string()}});
+    SystemProcessRunner runner(environment, ToolPaths(environment, ""));
+    EXPECT_EQ(runner.run({.executable = "/usr/bin/codesign", .arguments = {"-dvv"}}).standardOutput,
+              "from the root: -dvv\n");
+    EXPECT_THROW(runner.run({.executable = "/bin/sh"}), ProcessError);
+}
+
+} // namespace
+} // namespace halvo
