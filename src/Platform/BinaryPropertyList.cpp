@@ -85,7 +85,7 @@ std::string decodeUTF16(BinaryReader units) {
 
 class Reader {
 public:
-    explicit Reader(ByteView bytes) : whole(bytes) {
+    explicit Reader(ByteView bytes) : whole(bytes), budget(bytes.size()) {
         if (!viewText(bytes).starts_with(signature))
             refuse("its version is not 00");
         if (bytes.size() < signature.size() + trailerSize)

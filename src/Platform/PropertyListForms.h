@@ -2,6 +2,8 @@
 
 #include <Platform/PropertyList.h>
 
+#include <algorithm>
+
 namespace halvo {
 
 // The two forms of a property list. Both throw PropertyListError.
@@ -13,6 +15,11 @@ Bytes writeXMLPropertyList(const PropertyList& list);
 /// What is left of the limits while one list is read.
 class PropertyListBudget {
 public:
+    /// Every value takes a byte of the input at least, or a reference to it does. A binary list that has more
+    /// of them refers to its containers again and again.
+    explicit PropertyListBudget(std::size_t inputSize)
+        : values(std::min(inputSize, PropertyList::maxValueCount)) {}
+
     /// Counts one value with `size` bytes of text or data. Throws PropertyListError when there is none left.
     void take(std::size_t size) {
         if (values == 0 || size > bytes)
@@ -27,7 +34,7 @@ public:
     }
 
 private:
-    std::size_t values = PropertyList::maxValueCount;
+    std::size_t values;
     std::size_t bytes = PropertyList::maxInputSize;
 };
 
