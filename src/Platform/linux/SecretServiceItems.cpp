@@ -37,7 +37,7 @@ KeychainStatus statusOf(const GError& error) {
     const auto is = [&](GQuark domain, int code) { return g_error_matches(&error, domain, code) != FALSE; };
     if (is(SECRET_ERROR, SECRET_ERROR_IS_LOCKED))
         return KeychainStatus::interactionNotAllowed;
-    if (is(SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT))
+    if (is(SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT) || is(G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_METHOD))
         return KeychainStatus::itemNotFound;
     if (is(G_IO_ERROR, G_IO_ERROR_CANCELLED))
         return KeychainStatus::userCanceled;
@@ -152,11 +152,8 @@ public:
 
     void create(const KeychainQuery& query, const KeychainItem& item) {
         Owned<SecretCollection> collection = defaultCollection();
-        if (!collection) {
-            requirePrompt();
-            collection = owned(&secret_collection_create_sync, service.get(), "Default keyring", "default",
-                               SECRET_COLLECTION_CREATE_NONE, cancellable.get());
-        }
+        if (!collection)
+            collection = createDefaultCollection();
         Attributes attributes = attributesOf(query);
         attributes.set(schemaAttribute,
                        query.domain == KeychainDomain::dataProtection ? ownSchema : genericSchema);
@@ -205,6 +202,20 @@ private:
     Owned<SecretCollection> defaultCollection() {
         return owned(&secret_collection_for_alias_sync, service.get(), SECRET_COLLECTION_DEFAULT,
                      SECRET_COLLECTION_NONE, cancellable.get());
+    }
+
+    /// Asks the user for a password for it.
+    Owned<SecretCollection> createDefaultCollection() {
+        requirePrompt();
+        try {
+            return owned(&secret_collection_create_sync, service.get(), "Default keyring",
+                         SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_CREATE_NONE, cancellable.get());
+        } catch (const Refusal& refusal) {
+            // After a dismissed prompt libsecret looks for the collection that was not made.
+            if (refusal.status == KeychainStatus::itemNotFound)
+                throw Refusal{KeychainStatus::userCanceled};
+            throw;
+        }
     }
 
     void requirePrompt() {

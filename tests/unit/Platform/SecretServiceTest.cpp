@@ -123,8 +123,10 @@ class LockedKeyring : public SecretServiceTest {
 protected:
     void SetUp() override { requireKeyringSession("locked"); }
     void expectEverywhere(KeychainItems& items, KeychainStatus status) {
-        for (const auto domain : {KeychainDomain::dataProtection, KeychainDomain::login}) {
-            const KeychainQuery query{.service = token.service, .account = token.account, .domain = domain};
+        KeychainQuery inLogin = token;
+        inLogin.domain = KeychainDomain::login;
+        const KeychainQuery notStored{.service = "not stored", .account = "a"}; // which nobody can know
+        for (const auto& query : {token, inLogin, notStored}) {
             EXPECT_EQ(items.copy(query, read), status);
             EXPECT_EQ(items.exists(query), status);
             EXPECT_EQ(items.add(query, item), status);
@@ -141,6 +143,21 @@ TEST_F(LockedKeyring, withoutADesktopNobodyCanBeAsked) {
 
 TEST_F(LockedKeyring, withADesktopAPromptThatEndsWithoutAPasswordIsACancellation) {
     expectEverywhere(*open({{"DISPLAY", ":99"}}), KeychainStatus::userCanceled);
+}
+
+class NewKeyring : public SecretServiceTest {
+protected:
+    void SetUp() override { requireKeyringSession("new"); }
+};
+
+TEST_F(NewKeyring, isMadeOnlyForAnItemAndOnlyWithTheUsersPassword) {
+    const auto headless = open();
+    EXPECT_EQ(headless->copy(token, read), KeychainStatus::itemNotFound);
+    EXPECT_EQ(headless->remove(token), KeychainStatus::itemNotFound);
+    EXPECT_EQ(headless->add(token, item), KeychainStatus::interactionNotAllowed);
+    EXPECT_EQ(open({{"DISPLAY", ":99"}})->add(token, item), KeychainStatus::userCanceled);
+    EXPECT_FALSE(usesFile());
+    EXPECT_THAT(warnings, testing::IsEmpty());
 }
 
 class NoSecretService : public SecretServiceTest {
