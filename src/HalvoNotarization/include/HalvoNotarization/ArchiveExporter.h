@@ -1,0 +1,91 @@
+#pragma once
+
+#include <Base/Bytes.h>
+#include <Base/Failure.h>
+#include <HalvoNotarization/ASCAuthenticationKey.h>
+#include <Platform/ProcessRunner.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <variant>
+
+namespace halvo {
+
+/// An archive that did not become an app.
+class ArchiveExportError : public Failure {
+public:
+    struct ArchiveNotFound {
+        std::filesystem::path archive{};
+    };
+    struct ExportFailed {
+        std::string text{};
+    };
+    struct ProvisioningProfileRequired {
+        std::string text{};
+    };
+    struct AppNotFound {
+        std::filesystem::path archive{};
+    };
+    struct UnexpectedExportLayout {
+        std::size_t appCount = 0;
+        std::filesystem::path exportDir{};
+    };
+    struct MissingApplicationPath {
+        std::filesystem::path archive{};
+    };
+    using Case = std::variant<ArchiveNotFound, ExportFailed, ProvisioningProfileRequired, AppNotFound,
+                              UnexpectedExportLayout, MissingApplicationPath>;
+    explicit ArchiveExportError(Case which) : Failure(describe(which)), which(std::move(which)) {}
+    Case which;
+
+private:
+    static std::string describe(const Case& which);
+};
+
+/// Turns an Xcode archive into a signed app for Developer ID distribution, through `xcodebuild`.
+class ArchiveExporter {
+public:
+    /// How the exported app is signed.
+    struct Signing {
+        /// Xcode finds or makes what it needs, with the user's account or with the key.
+        struct Automatic {
+            std::optional<ASCAuthenticationKey> authentication{};
+        };
+        struct Manual {
+            std::string identity{};
+            std::map<std::string, std::string> provisioningProfiles{}; ///< bundle identifier to profile name
+        };
+        std::variant<Automatic, Manual> value = Automatic{};
+    };
+
+    ArchiveExporter(ProcessRunner& processes, std::filesystem::path temporaryDirectory,
+                    std::stop_token cancellation = {})
+        : processes(processes), temporaryDirectory(std::move(temporaryDirectory)),
+          cancellation(std::move(cancellation)) {}
+
+    /// The exported app, in a folder "HalvoExport-<UUID>" of the temporary directory that belongs to the
+    /// caller. After a failure the folder stays, to be looked at. Throws ArchiveExportError, ProcessError,
+    /// and FileError when the folder cannot be written.
+    std::filesystem::path exportArchive(const std::filesystem::path& archive, const std::string& teamID,
+                                        const Signing& signing);
+
+    /// The options file of xcodebuild, an XML property list.
+    static Bytes exportOptionsPlist(const std::string& teamID, const Signing& signing);
+
+    /// The app inside an archive, as the archive's Info.plist names it; it may not exist yet. Throws
+    /// ArchiveExportError::ArchiveNotFound and MissingApplicationPath.
+    static std::filesystem::path appURL(const std::filesystem::path& archive);
+
+private:
+    ProcessResult runExport(Arguments arguments, const Signing& signing);
+
+    ProcessRunner& processes;
+    std::filesystem::path temporaryDirectory;
+    std::stop_token cancellation;
+};
+
+} // namespace halvo
