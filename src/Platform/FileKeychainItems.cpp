@@ -92,7 +92,7 @@ KeychainStatus changeFile(const LockedJSONFile& file, Operation operation) {
 } // namespace
 
 FileKeychainItems::FileKeychainItems(const std::filesystem::path& file, const Clock& clock,
-                                     KeychainWarning warn)
+                                     WarningHandler warn)
     : file(std::make_unique<const LockedJSONFile>(file, clock, std::move(warn))) {}
 
 FileKeychainItems::~FileKeychainItems() = default;

@@ -8,7 +8,7 @@ namespace halvo {
 
 using nlohmann::json;
 
-FileUserDefaults::FileUserDefaults(const std::filesystem::path& file, const Clock& clock, Warning warn)
+FileUserDefaults::FileUserDefaults(const std::filesystem::path& file, const Clock& clock, WarningHandler warn)
     : file(std::make_unique<const LockedJSONFile>(file, clock, std::move(warn))) {}
 
 FileUserDefaults::~FileUserDefaults() = default;

@@ -82,7 +82,7 @@ std::optional<json> readObject(const fs::path& file) {
 
 } // namespace
 
-LockedJSONFile::LockedJSONFile(fs::path file, const Clock& clock, Warning warn)
+LockedJSONFile::LockedJSONFile(fs::path file, const Clock& clock, WarningHandler warn)
     : file(std::move(file)), clock(clock), warn(std::move(warn)) {}
 
 json LockedJSONFile::read() const {

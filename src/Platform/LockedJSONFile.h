@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Platform/Clock.h>
+#include <Platform/WarningHandler.h>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -19,11 +20,10 @@ namespace halvo {
 /// warning, and the object counts as empty. Every operation throws FileError when the system refuses.
 class LockedJSONFile {
 public:
-    using Warning = std::function<void(const std::string& message)>;
     /// Changes the object and says whether it did; nothing is written when not.
     using Edit = std::function<bool(nlohmann::json& object)>;
 
-    LockedJSONFile(std::filesystem::path file, const Clock& clock, Warning warn);
+    LockedJSONFile(std::filesystem::path file, const Clock& clock, WarningHandler warn);
 
     /// The object as it stands, empty when there is no file.
     nlohmann::json read() const;
@@ -40,7 +40,7 @@ private:
 
     std::filesystem::path file;
     const Clock& clock;
-    Warning warn;
+    WarningHandler warn;
 };
 
 } // namespace halvo

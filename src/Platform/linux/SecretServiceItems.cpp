@@ -101,23 +101,19 @@ public:
         // A search in a locked collection may simply find nothing, so it is unlocked first.
         const Owned<SecretCollection> collection = defaultCollection();
         if (collection && secret_collection_get_locked(collection.get()))
-            unlock({collection.get()});
+            unlock(collection.get());
 
         auto items = search(query);
-        std::vector<gpointer> locked; // in some other collection
-        for (const auto& item : items)
+        std::vector<Owned<SecretItem>> locked; // in some other collection, with their attributes hidden
+        for (auto& item : items)
             if (secret_item_get_locked(item.get()))
-                locked.push_back(item.get());
-        if (!items.empty() && locked.size() == items.size()) {
-            unlock(locked);
-            items = search(query); // their attributes were hidden until now
+                locked.push_back(std::move(item));
+        keepOnly(query.domain, items);
+        if (items.empty() && !locked.empty()) {
+            unlock(locked.front().get());
+            items = search(query);
+            keepOnly(query.domain, items);
         }
-
-        const bool own = query.domain == KeychainDomain::dataProtection;
-        std::erase_if(items, [&](const Owned<SecretItem>& item) {
-            return secret_item_get_locked(item.get()) ||
-                   (Attributes(item.get()).find(schemaAttribute) == ownSchema) != own;
-        });
         std::sort(items.begin(), items.end(), [](const auto& left, const auto& right) {
             return secret_item_get_modified(left.get()) > secret_item_get_modified(right.get());
         });
@@ -223,19 +219,24 @@ private:
             throw Refusal{KeychainStatus::interactionNotAllowed};
     }
 
-    /// Asks the user for the passwords of locked collections or items.
-    void unlock(const std::vector<gpointer>& objects) {
+    /// Asks the user for the password of a locked collection, or of the one that holds a locked item.
+    void unlock(gpointer object) {
         requirePrompt();
-        GList* wanted = nullptr;
-        for (const gpointer object : objects)
-            wanted = g_list_prepend(wanted, object);
-        const std::unique_ptr<GList, decltype(&g_list_free)> list(wanted, &g_list_free);
+        GList only{.data = object, .next = nullptr, .prev = nullptr};
         GList* unlocked = nullptr;
         const gint count =
-            call(&secret_service_unlock_sync, service.get(), list.get(), cancellable.get(), &unlocked);
+            call(&secret_service_unlock_sync, service.get(), &only, cancellable.get(), &unlocked);
         g_list_free_full(unlocked, g_object_unref);
         if (count == 0) // the prompt was dismissed
             throw Refusal{KeychainStatus::userCanceled};
+    }
+
+    static void keepOnly(KeychainDomain domain, std::vector<Owned<SecretItem>>& items) {
+        const bool own = domain == KeychainDomain::dataProtection;
+        std::erase_if(items, [&](const Owned<SecretItem>& item) {
+            return !item || secret_item_get_locked(item.get()) ||
+                   (Attributes(item.get()).find(schemaAttribute) == ownSchema) != own;
+        });
     }
 
     /// Every item with the attributes of a query, of either keychain, locked or not.

@@ -8,7 +8,7 @@ struct SecretServiceOptions {
     /// Whether a prompt may come up: it can be seen and answered only in a session with a display.
     bool canPrompt = false;
     std::stop_token cancellation{};
-    KeychainWarning warn{};
+    WarningHandler warn{};
 };
 
 /// What the loaded module `secret-service` offers under this name: the keychain items of the session's Secret

@@ -26,7 +26,7 @@ bool hasSessionBus(const Environment& environment) {
 class SystemKeychainItems final : public KeychainItems {
 public:
     SystemKeychainItems(Environment environment, std::filesystem::path file, const Clock& clock,
-                        std::stop_token cancellation, KeychainWarning warn)
+                        std::stop_token cancellation, WarningHandler warn)
         : environment(std::move(environment)), file(std::move(file)), clock(clock),
           cancellation(std::move(cancellation)), warn(std::move(warn)) {}
 
@@ -79,7 +79,7 @@ private:
     std::filesystem::path file;
     const Clock& clock;
     std::stop_token cancellation;
-    KeychainWarning warn;
+    WarningHandler warn;
     mutable std::once_flag choosing;
     mutable std::unique_ptr<KeychainItems> items;
 };
@@ -89,7 +89,7 @@ private:
 std::unique_ptr<KeychainItems> makeSystemKeychainItems(const Environment& environment,
                                                        const std::filesystem::path& homeDirectory,
                                                        const Clock& clock, std::stop_token cancellation,
-                                                       KeychainWarning warn) {
+                                                       WarningHandler warn) {
     return std::make_unique<SystemKeychainItems>(
         environment, userDataDirectory(environment, homeDirectory) / "halvo" / "keychain.json", clock,
         std::move(cancellation), std::move(warn));

@@ -29,6 +29,7 @@ std::string findProgram(const Environment& environment, const std::string& name)
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts)
         result.push_back(text.data());
     result.push_back(nullptr);
@@ -83,8 +84,9 @@ bool SystemWorkspace::open(const std::string& url) {
         return false;
     std::vector<std::string> arguments{program, url};
     std::vector<std::string> variables;
+    variables.reserve(environment.all().size());
     for (const auto& [name, value] : environment.all())
-        variables.push_back(name + "=" + value);
+        variables.push_back(std::string(name).append("=").append(value));
     return startDetached(pointers(arguments).data(), pointers(variables).data());
 }
 

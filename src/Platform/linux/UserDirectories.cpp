@@ -1,7 +1,5 @@
 #include <Platform/UserDirectories.h>
 
-#include <Platform/UserDefaults.h>
-
 namespace halvo {
 namespace {
 
@@ -21,14 +19,6 @@ std::filesystem::path userConfigDirectory(const Environment& environment,
 std::filesystem::path userDataDirectory(const Environment& environment,
                                         const std::filesystem::path& homeDirectory) {
     return absoluteOr(environment, "XDG_DATA_HOME", homeDirectory / ".local/share");
-}
-
-std::unique_ptr<UserDefaults> makeSystemUserDefaults(const std::string& suite, const Environment& environment,
-                                                     const std::filesystem::path& homeDirectory,
-                                                     const Clock& clock, FileUserDefaults::Warning warn) {
-    return std::make_unique<FileUserDefaults>(userConfigDirectory(environment, homeDirectory) / "halvo" /
-                                                  (suite + ".json"),
-                                              clock, std::move(warn));
 }
 
 } // namespace halvo

@@ -19,7 +19,7 @@ class FileKeychainItems final : public KeychainItems {
 public:
     /// The folder of `file` must belong to this program alone: it is set to mode 0700 when secrets are
     /// written.
-    FileKeychainItems(const std::filesystem::path& file, const Clock& clock, KeychainWarning warn);
+    FileKeychainItems(const std::filesystem::path& file, const Clock& clock, WarningHandler warn);
     ~FileKeychainItems() override;
 
     KeychainStatus copy(const KeychainQuery& query, KeychainItem& item) override;

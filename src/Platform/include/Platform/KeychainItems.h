@@ -3,10 +3,10 @@
 #include <Base/Bytes.h>
 #include <Platform/Clock.h>
 #include <Platform/Environment.h>
+#include <Platform/WarningHandler.h>
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -76,9 +76,6 @@ public:
     virtual std::string message(KeychainStatus status) const = 0;
 };
 
-/// Told, in a sentence, what went wrong behind a status, or what the user should know. Never holds a secret.
-using KeychainWarning = std::function<void(const std::string& message)>;
-
 /// The keychain of this system. On Linux: the Secret Service, where the session has one that answers;
 /// otherwise, or with `HALVO_KEYCHAIN=file`, the file `halvo/keychain.json` in the user's data folder. The
 /// choice is made, and its libraries are opened, with the first operation. Cancellation ends a wait for the
@@ -86,6 +83,6 @@ using KeychainWarning = std::function<void(const std::string& message)>;
 std::unique_ptr<KeychainItems> makeSystemKeychainItems(const Environment& environment,
                                                        const std::filesystem::path& homeDirectory,
                                                        const Clock& clock, std::stop_token cancellation,
-                                                       KeychainWarning warn);
+                                                       WarningHandler warn);
 
 } // namespace halvo

@@ -2,11 +2,11 @@
 
 #include <Platform/Clock.h>
 #include <Platform/Environment.h>
+#include <Platform/WarningHandler.h>
 
 #include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,9 +35,8 @@ public:
 /// with a warning, never overwritten.
 class FileUserDefaults final : public UserDefaults {
 public:
-    using Warning = std::function<void(const std::string& message)>;
     /// `clock` names the files that are moved aside.
-    FileUserDefaults(const std::filesystem::path& file, const Clock& clock, Warning warn);
+    FileUserDefaults(const std::filesystem::path& file, const Clock& clock, WarningHandler warn);
     ~FileUserDefaults() override;
 
     std::optional<nlohmann::json> value(const std::string& key) override;
@@ -52,6 +51,6 @@ private:
 /// `halvo/<suite>.json` in the user's configuration folder (Platform/UserDirectories.h).
 std::unique_ptr<UserDefaults> makeSystemUserDefaults(const std::string& suite, const Environment& environment,
                                                      const std::filesystem::path& homeDirectory,
-                                                     const Clock& clock, FileUserDefaults::Warning warn);
+                                                     const Clock& clock, WarningHandler warn);
 
 } // namespace halvo
