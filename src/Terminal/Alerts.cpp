@@ -1,7 +1,5 @@
 #include <Terminal/Terminal.h>
 
-#include <Base/Unicode.h>
-
 #include "Screen.h"
 
 namespace halvo {
@@ -17,14 +15,12 @@ constexpr AlertKind successKind{TextStyle::success, "\u2714", "Success"};
 constexpr AlertKind warningKind{TextStyle::warning, "!", "Warning"};
 constexpr AlertKind errorKind{TextStyle::danger, "\u2716", "Error"};
 
-std::string indented(const Painter& painter, const TerminalText& text, std::string_view firstIndent) {
+/// The first line after `first`, the others after `further`.
+std::string indented(const Painter& painter, const TerminalText& text, std::string_view first,
+                     std::string_view further) {
     std::string result;
-    std::string_view indent = firstIndent;
-    static constexpr std::string_view blanks = "                ";
-    for (const Runs& line : lines(painter.prepared(text))) {
-        result.append(indent).append(painter.painted(line)).append("\n");
-        indent = blanks.substr(0, displayWidth(firstIndent));
-    }
+    for (const Runs& line : lines(painter.prepared(text)))
+        result.append(result.empty() ? first : further).append(painter.painted(line)).append("\n");
     return result;
 }
 
@@ -33,11 +29,11 @@ std::string render(const AlertKind& kind, const Alert& alert, const Painter& pai
     const std::string title = std::string(kind.symbol) + " " + std::string(kind.title);
     std::string text;
     if (block)
-        text = painter.painted({{kind.style, title}}) + "\n" + indented(painter, alert.message, "  ");
+        text = painter.painted({{kind.style, title}}) + "\n" + indented(painter, alert.message, "  ", "  ");
     else
-        text = indented(painter, std::string(kind.title) + ": " + alert.message, "");
+        text = indented(painter, std::string(kind.title) + ": " + alert.message, "", "  ");
     for (const TerminalText& step : alert.nextSteps)
-        text += indented(painter, step, block ? "  \u203A " : "  Next step: ");
+        text += indented(painter, step, block ? "  \u203A " : "  Next step: ", "    ");
     return text;
 }
 

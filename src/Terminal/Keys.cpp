@@ -62,7 +62,7 @@ Key::Kind editingKey(const std::string& parameters) {
 } // namespace
 
 Key KeyReader::next() {
-    const Read read = input.read(std::nullopt, cancellation);
+    const Read read = this->read(std::nullopt);
     if (read.kind != Read::Kind::byte)
         return {Key::Kind::endOfInput};
     if (read.byte == 0x03)
@@ -74,7 +74,13 @@ Key KeyReader::next() {
     return character(read.byte);
 }
 
-Read KeyReader::following() { return input.read(sequenceTimeout, cancellation); }
+Read KeyReader::read(std::optional<std::chrono::milliseconds> timeout) {
+    if (const auto read = std::exchange(pushedBack, std::nullopt))
+        return *read;
+    return input.read(timeout, cancellation);
+}
+
+Read KeyReader::following() { return read(sequenceTimeout); }
 
 Key KeyReader::escapeSequence() {
     const Read read = following();
@@ -112,11 +118,13 @@ Key KeyReader::controlSequence() {
 
 Key KeyReader::character(unsigned char first) {
     std::string bytes(1, static_cast<char>(first));
-    const int more = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first >= 0xC0 ? 1 : 0;
+    const int more = first >= 0xF8 ? 0 : first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first >= 0xC0 ? 1 : 0;
     for (int count = 0; count < more; ++count) {
         const Read read = following();
-        if (read.kind != Read::Kind::byte)
+        if (read.kind != Read::Kind::byte || (read.byte & 0xC0) != 0x80) {
+            pushedBack = read;
             break;
+        }
         bytes += static_cast<char>(read.byte);
     }
     if (!isValidUTF8(bytes))

@@ -2,6 +2,8 @@
 
 #include <Terminal/InputSource.h>
 
+#include <chrono>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -51,11 +53,13 @@ private:
     Key escapeSequence();
     Key controlSequence();
     Key character(unsigned char first);
+    InputSource::Read read(std::optional<std::chrono::milliseconds> timeout);
     /// The next byte of something that a terminal sends in one piece.
     InputSource::Read following();
 
     InputSource& input;
     std::stop_token cancellation;
+    std::optional<InputSource::Read> pushedBack; ///< read, and found to belong to the next key
 };
 
 } // namespace halvo

@@ -9,6 +9,8 @@
 #include <optional>
 #include <thread>
 
+#include <signal.h>
+
 namespace halvo {
 namespace {
 
@@ -27,6 +29,22 @@ std::chrono::milliseconds milliseconds(std::chrono::steady_clock::duration durat
     return std::chrono::duration_cast<std::chrono::milliseconds>(duration);
 }
 
+/// Blocks every signal in this thread for its lifetime, for threads that are started meanwhile to inherit.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+
+private:
+    sigset_t before{};
+};
+
 } // namespace
 
 /// All of it is guarded by the screen's mutex, but for the thread.
@@ -34,13 +52,16 @@ struct RunningStep::State final : StatusLine {
     State(Screen& screen, const ProgressStep& step)
         : screen(screen), step(step), message(step.message),
           redraws(screen.standardError().description().interactive), start(screen.now()),
-          lastPlainLine(start) {
+          lastPlainLine(start) {}
+
+    void begin() {
         const auto held = screen.hold();
         if (!redraws) {
             writePlainLine(held, step.message);
             return;
         }
         screen.show(held, *this);
+        const SignalsBlocked inherited; // signals are for the threads that the program made for them
         if (step.showSpinner)
             animation = std::jthread([this](const std::stop_token& stop) { animate(stop); });
     }
@@ -132,7 +153,9 @@ struct RunningStep::State final : StatusLine {
 };
 
 RunningStep::RunningStep(Screen& screen, const ProgressStep& step)
-    : state(std::make_unique<State>(screen, step)) {}
+    : state(std::make_unique<State>(screen, step)) {
+    state->begin();
+}
 
 RunningStep::~RunningStep() = default;
 
@@ -168,7 +191,7 @@ void RunningStep::succeed() { state->end(TextStyle::success, "\u2714", state->st
 void RunningStep::fail() noexcept {
     try {
         state->end(TextStyle::danger, "\u2716", state->step.errorMessage);
-    } catch (const OutputError&) {
+    } catch (const std::exception&) {
         // The task's own failure is the one to report.
     }
 }

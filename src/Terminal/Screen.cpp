@@ -30,8 +30,8 @@ void Screen::show(const Hold& held, StatusLine& line) {
         standardError().setCursorVisible(false);
     else
         clear(held);
-    statusLines.push_back(&line);
     draw(line);
+    statusLines.push_back(&line);
 }
 
 void Screen::remove(const Hold& held, StatusLine& line) {

@@ -22,7 +22,10 @@ std::vector<Cell> cells(const Runs& runs) {
     for (const auto& [style, text] : runs) {
         for (std::string_view rest = text; !rest.empty();) {
             const std::string_view character = rest.substr(0, characterLength(rest));
-            result.push_back({style, character, displayWidth(character)});
+            if (character == "\t") // how wide it is, the place on the screen decides
+                result.push_back({style, " ", 1});
+            else
+                result.push_back({style, character, displayWidth(character)});
             rest.remove_prefix(character.size());
         }
     }
@@ -68,6 +71,7 @@ std::string Painter::painted(const Runs& runs) const {
 }
 
 std::size_t characterLength(std::string_view text) {
+    const auto standsAlone = [](char character) { return character == '\n' || character == '\t'; };
     const auto codepointEnd = [&](std::size_t start) {
         std::size_t end = start + 1;
         while (end < text.size() && (text[end] & 0xC0) == 0x80)
@@ -77,9 +81,9 @@ std::size_t characterLength(std::string_view text) {
     if (text.empty())
         return 0;
     std::size_t end = codepointEnd(0);
-    if (text[0] == '\n')
+    if (standsAlone(text[0]))
         return end;
-    while (end < text.size() && text[end] != '\n') {
+    while (end < text.size() && !standsAlone(text[end])) {
         const std::size_t next = codepointEnd(end);
         if (displayWidth(text.substr(end, next - end)) != 0)
             break;
