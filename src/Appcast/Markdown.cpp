@@ -18,6 +18,18 @@ namespace {
 
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
+/// UTF-8 without NUL, which md4c does not mark in every place.
+std::string readableText(std::string_view text) {
+    std::string readable;
+    for (const char character : repairedUTF8(text)) {
+        if (character == '\0')
+            readable += replacementCharacter;
+        else
+            readable += character;
+    }
+    return readable;
+}
+
 std::string escapedHTML(std::string_view text) {
     std::string escaped;
     escaped.reserve(text.size());
@@ -80,10 +92,7 @@ void forEachPiece(const MD_ATTRIBUTE& attribute, const Take& take) {
 std::string attributeHTML(const MD_ATTRIBUTE& attribute) {
     std::string html;
     forEachPiece(attribute, [&](MD_TEXTTYPE type, std::string_view text) {
-        if (type == MD_TEXT_NULLCHAR)
-            html += replacementCharacter;
-        else
-            html += type == MD_TEXT_ENTITY ? std::string(text) : escapedHTML(text);
+        html += type == MD_TEXT_ENTITY ? std::string(text) : escapedHTML(text);
     });
     return html;
 }
@@ -100,10 +109,7 @@ bool mayBeFollowed(std::string_view address) {
 std::optional<std::string> addressHTML(const MD_ATTRIBUTE& attribute) {
     std::string address;
     forEachPiece(attribute, [&](MD_TEXTTYPE type, std::string_view text) {
-        if (type == MD_TEXT_NULLCHAR)
-            address += replacementCharacter;
-        else
-            address += type == MD_TEXT_ENTITY ? decodedEntity(text) : std::string(text);
+        address += type == MD_TEXT_ENTITY ? decodedEntity(text) : std::string(text);
     });
     if (!mayBeFollowed(address))
         return std::nullopt;
@@ -304,7 +310,6 @@ private:
 
     void text(MD_TEXTTYPE type, std::string_view piece) {
         switch (type) {
-        case MD_TEXT_NULLCHAR: append(replacementCharacter); break;
         case MD_TEXT_BR: append(imageDepth > 0 ? " " : "<br>\n"); break;
         case MD_TEXT_SOFTBR: append(imageDepth > 0 ? " " : "\n"); break;
         case MD_TEXT_ENTITY: append(piece); break;
@@ -322,7 +327,7 @@ private:
 } // namespace
 
 std::string htmlFromMarkdown(std::string_view markdown) {
-    return HTMLRenderer().render(repairedUTF8(markdown));
+    return HTMLRenderer().render(readableText(markdown));
 }
 
 } // namespace halvo

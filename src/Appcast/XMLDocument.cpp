@@ -22,6 +22,23 @@ struct Problem {
     int line = 0;
 };
 
+/// Hands what the library says outside of any document, such as a failed conversion, to `handler` and not to
+/// standard error, on this thread and while the object lives.
+class ThreadErrors {
+public:
+    ThreadErrors(void* context, xmlStructuredErrorFunc handler)
+        : previous(xmlStructuredError), previousContext(xmlStructuredErrorContext) {
+        xmlSetStructuredErrorFunc(context, handler);
+    }
+    ThreadErrors(const ThreadErrors&) = delete;
+    ThreadErrors& operator=(const ThreadErrors&) = delete;
+    ~ThreadErrors() { xmlSetStructuredErrorFunc(previousContext, previous); }
+
+private:
+    xmlStructuredErrorFunc previous;
+    void* previousContext;
+};
+
 /// One parse; the parser's own state points back here.
 class Parser {
 public:
@@ -37,6 +54,8 @@ public:
     }
 
     XMLDocument parse(ByteView bytes) {
+        const ThreadErrors errors(
+            this, [](void* self, xmlError* error) { static_cast<Parser*>(self)->note(*error); });
         XMLDocument document(xmlCtxtReadMemory(context.get(), reinterpret_cast<const char*>(bytes.data()),
                                                static_cast<int>(bytes.size()), nullptr, nullptr,
                                                XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));

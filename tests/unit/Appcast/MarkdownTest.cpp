@@ -44,6 +44,8 @@ INSTANTIATE_TEST_SUITE_P(
         MarkdownCase{"nul", "a\0b"sv,
                      "<p>a\xEF\xBF\xBD"
                      "b</p>"},
+        MarkdownCase{"nulInLanguage", "```c\0\n```"sv,
+                     "<pre><code class=\"language-c\xEF\xBF\xBD\"></code></pre>"},
         MarkdownCase{"notUTF8", "a\xFF\xC3", "<p>a\xEF\xBF\xBD\xEF\xBF\xBD</p>"},
         MarkdownCase{"windowsLines", "a\r\nb\r\n\r\nc", "<p>a\nb</p>\n<p>c</p>"},
         MarkdownCase{"entity", "&nbsp;&copy; &unknown &#65;", "<p>&nbsp;&copy; &amp;unknown &#65;</p>"},
