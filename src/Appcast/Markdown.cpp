@@ -3,12 +3,14 @@
 #include <Base/Text.h>
 #include <Base/Unicode.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
 #include <new>
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
 #include <fmt/format.h>
 #include <md4c.h>
@@ -143,8 +145,8 @@ public:
         parser.enter_span = [](MD_SPANTYPE type, void* detail, void* self) {
             return guarded(self, [&](HTMLRenderer& renderer) { renderer.enterSpan(type, detail); });
         };
-        parser.leave_span = [](MD_SPANTYPE type, void* detail, void* self) {
-            return guarded(self, [&](HTMLRenderer& renderer) { renderer.leaveSpan(type, detail); });
+        parser.leave_span = [](MD_SPANTYPE type, void*, void* self) {
+            return guarded(self, [&](HTMLRenderer& renderer) { renderer.leaveSpan(type); });
         };
         parser.text = [](MD_TEXTTYPE type, const MD_CHAR* text, MD_SIZE size, void* self) {
             return guarded(self, [&](HTMLRenderer& renderer) { renderer.text(type, {text, size}); });
@@ -172,6 +174,7 @@ private:
 
     /// Begins a block on a new line, unless the container around it has only just begun.
     void open(std::string_view tag) {
+        endSpans();
         if (!html.empty() && !html.ends_with('\n') && !atContainerStart)
             html += '\n';
         html += tag;
@@ -235,6 +238,7 @@ private:
     static unsigned headingOf(void* detail) { return static_cast<MD_BLOCK_H_DETAIL*>(detail)->level; }
 
     void leaveBlock(MD_BLOCKTYPE type) {
+        endSpans();
         switch (type) {
         case MD_BLOCK_QUOTE: append("</blockquote>"); break;
         case MD_BLOCK_UL: open("</ul>"); break;
@@ -259,9 +263,7 @@ private:
         append("<a");
         if (const auto address = addressHTML(detail.href))
             html += " href=\"" + *address + "\"";
-        if (const std::string title = attributeHTML(detail.title); !title.empty())
-            html += " title=\"" + title + "\"";
-        html += ">";
+        html += titleHTML(detail.title) + ">";
     }
 
     void openImage(const MD_SPAN_IMG_DETAIL& detail) {
@@ -271,41 +273,54 @@ private:
         html += " alt=\"";
     }
 
-    void closeImage(const MD_SPAN_IMG_DETAIL& detail) {
-        html += "\"";
-        if (const std::string title = attributeHTML(detail.title); !title.empty())
-            html += " title=\"" + title + "\"";
-        html += ">";
+    static std::string titleHTML(const MD_ATTRIBUTE& title) {
+        const std::string text = attributeHTML(title);
+        return text.empty() ? text : " title=\"" + text + "\"";
+    }
+
+    /// Writes the beginning of a span and gives its end.
+    std::string beginSpan(MD_SPANTYPE type, void* detail) {
+        switch (type) {
+        case MD_SPAN_EM: append("<em>"); return "</em>";
+        case MD_SPAN_STRONG: append("<strong>"); return "</strong>";
+        case MD_SPAN_CODE: append("<code>"); return "</code>";
+        case MD_SPAN_DEL: append("<del>"); return "</del>";
+        case MD_SPAN_A: openLink(*static_cast<MD_SPAN_A_DETAIL*>(detail)); return "</a>";
+        case MD_SPAN_IMG: {
+            const auto& image = *static_cast<MD_SPAN_IMG_DETAIL*>(detail);
+            openImage(image);
+            return "\"" + titleHTML(image.title) + ">";
+        }
+        default: return ""; // the remaining kinds are switched off
+        }
     }
 
     void enterSpan(MD_SPANTYPE type, void* detail) {
-        if (type == MD_SPAN_IMG && imageDepth++ == 0)
-            openImage(*static_cast<MD_SPAN_IMG_DETAIL*>(detail));
-        if (imageDepth > 0)
-            return; // the text inside becomes the `alt` of the image
-        switch (type) {
-        case MD_SPAN_EM: append("<em>"); break;
-        case MD_SPAN_STRONG: append("<strong>"); break;
-        case MD_SPAN_A: openLink(*static_cast<MD_SPAN_A_DETAIL*>(detail)); break;
-        case MD_SPAN_CODE: append("<code>"); break;
-        case MD_SPAN_DEL: append("<del>"); break;
-        default: break; // the remaining kinds are switched off
-        }
+        // The text inside an image becomes its `alt`, where there are no spans.
+        spans.push_back({type, imageDepth > 0 ? std::string() : beginSpan(type, detail)});
+        imageDepth += type == MD_SPAN_IMG;
     }
 
-    void leaveSpan(MD_SPANTYPE type, void* detail) {
-        if (type == MD_SPAN_IMG && --imageDepth == 0)
-            closeImage(*static_cast<MD_SPAN_IMG_DETAIL*>(detail));
-        if (imageDepth > 0)
+    /// md4c forgets the end of an emphasis that stands in the address of an image, so spans are ended by the
+    /// one around them, or by the block.
+    void leaveSpan(MD_SPANTYPE type) {
+        const auto isOfType = [&](const Span& span) { return span.type == type; };
+        if (std::none_of(spans.begin(), spans.end(), isOfType))
             return;
-        switch (type) {
-        case MD_SPAN_EM: append("</em>"); break;
-        case MD_SPAN_STRONG: append("</strong>"); break;
-        case MD_SPAN_A: append("</a>"); break;
-        case MD_SPAN_CODE: append("</code>"); break;
-        case MD_SPAN_DEL: append("</del>"); break;
-        default: break;
-        }
+        while (spans.back().type != type)
+            endSpan();
+        endSpan();
+    }
+
+    void endSpan() {
+        imageDepth -= spans.back().type == MD_SPAN_IMG;
+        append(spans.back().end);
+        spans.pop_back();
+    }
+
+    void endSpans() {
+        while (!spans.empty())
+            endSpan();
     }
 
     void text(MD_TEXTTYPE type, std::string_view piece) {
@@ -317,7 +332,13 @@ private:
         }
     }
 
+    struct Span {
+        MD_SPANTYPE type;
+        std::string end;
+    };
+
     std::string html;
+    std::vector<Span> spans;
     bool atContainerStart = false;
     unsigned headingLevel = 1;
     int imageDepth = 0;

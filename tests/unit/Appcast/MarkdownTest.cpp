@@ -70,6 +70,8 @@ INSTANTIATE_TEST_SUITE_P(
         MarkdownCase{"reference", "[a][r]\n\n[r]: ftp://x 'T'", "<p><a title=\"T\">a</a></p>"},
         MarkdownCase{"image", "![an *old* ![in](x) `c`](a.png 'T')",
                      "<p><img src=\"a.png\" alt=\"an old in c\" title=\"T\"></p>"},
+        MarkdownCase{"emphasisIntoAnAddress", "*a ![b](c*) d",
+                     "<p><em>a <img src=\"c*\" alt=\"b\"> d</em></p>"},
         MarkdownCase{"imageData", "![a\"b](data:image/png;base64,AA)", "<p><img alt=\"a&quot;b\"></p>"}),
     test::CaseName());
 
