@@ -67,13 +67,12 @@ void ChannelLayout::insertItem(xmlNode& channel, DetachedNode item) const {
     xmlNode* next = firstChild(channel, "item");
     xmlNode* before = next ? next->prev : channel.last;
     xmlNode* place = before != nullptr && isBlankText(*before) ? before : next;
-    xmlNode* added = place ? xmlAddPrevSibling(place, item.get()) : xmlAddChild(&channel, item.get());
-    if (added == nullptr)
+    if ((place ? xmlAddPrevSibling(place, item.get()) : xmlAddChild(&channel, item.get())) == nullptr)
         throw std::bad_alloc();
-    item.release();
+    xmlNode& added = *item.release(); // the document's from here on
     // White space behind other text would become a part of it, and stay when the item goes.
-    if (added->prev == nullptr || added->prev->type != XML_TEXT_NODE)
-        insertBlanksBefore(*added, beforeItem);
+    if (added.prev == nullptr || added.prev->type != XML_TEXT_NODE)
+        insertBlanksBefore(added, beforeItem);
 }
 
 void removeItem(xmlNode& item) {

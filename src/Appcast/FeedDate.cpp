@@ -62,7 +62,7 @@ public:
         std::size_t length = 0;
         while (length < rest.size() && isLetter(rest[length]))
             ++length;
-        const std::string letters = lowercased(rest.substr(0, length));
+        std::string letters = lowercased(rest.substr(0, length));
         rest.remove_prefix(length);
         return letters;
     }
