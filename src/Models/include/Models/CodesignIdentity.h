@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace halvo {
+
+/// A certificate with its private key that codesign can sign with. Its hash identifies it.
+struct CodesignIdentity {
+    std::string hash{}; ///< SHA-1 of the certificate, hexadecimal
+    std::string name{}; ///< as in "Developer ID Application: Jane Doe (ABCDE12345)"
+    std::string teamID{};
+
+    const std::string& id() const { return hash; }
+    /// Whether what it signs may be distributed outside of the store.
+    bool isDeveloperID() const { return name.starts_with("Developer ID Application:"); }
+
+    bool operator==(const CodesignIdentity&) const = default;
+};
+
+void to_json(nlohmann::json& json, const CodesignIdentity& identity);
+void from_json(const nlohmann::json& json, CodesignIdentity& identity); ///< throws ModelError
+
+} // namespace halvo

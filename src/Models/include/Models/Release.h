@@ -1,0 +1,59 @@
+#pragma once
+
+#include <Base/Date.h>
+#include <Base/URL.h>
+#include <Base/UUID.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace halvo {
+
+/// One published, or drafted, version of an app.
+struct Release {
+    UUID id{};
+    std::string title{};
+    std::int64_t bundleVersion = 0; ///< the build number, which clients compare
+    std::string bundleVersionString{};
+    std::string releaseNotes{};
+    std::string minimumSystemVersion{};
+    std::int64_t fileSize = 0; ///< in bytes
+    std::optional<URL> downloadURL{};
+    std::optional<std::string> channel{}; ///< absent: the default channel
+    bool isPhasedRollout = false;
+    bool isCritical = false;
+    bool isPublished = false;
+    std::optional<Date> createdAt{};
+    std::optional<Date> updatedAt{};
+
+    bool isBeta() const { return channel == "beta"; }
+    std::string versionDescription() const; ///< "2.1.0 (42)"
+
+    bool operator==(const Release&) const = default;
+};
+
+/// Highest build number first; equal ones keep their order.
+std::vector<Release> sortedByBundleVersion(std::vector<Release> releases);
+
+/// On disk: dates are seconds since 2001.
+void to_json(nlohmann::json& json, const Release& release);
+void from_json(const nlohmann::json& json, Release& release); ///< throws ModelError
+
+/// What the user chose for one release.
+struct ReleaseConfiguration {
+    std::string releaseNotes{};
+    std::optional<std::string> channel{};
+    bool isPhasedRollout = false;
+    bool isCritical = false;
+    bool isPublished = true;
+
+    bool isBeta() const { return channel == "beta"; }
+
+    bool operator==(const ReleaseConfiguration&) const = default;
+};
+
+} // namespace halvo

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <Base/URL.h>
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace halvo {
+
+/// A bucket, and where the world reads it.
+struct S3Configuration {
+    std::string bucket{};
+    std::string region{};
+    std::optional<URL> endpoint{}; ///< absent: Amazon's own for the region
+    std::optional<std::string> pathPrefix{};
+    URL publicBaseURL{};
+    std::string appcastPath{}; ///< below the prefix
+
+    /// The key of an object: the name behind the prefix, if there is one. No slash is trimmed.
+    std::string s3Key(const std::string& name) const;
+    URL downloadURL(const std::string& name) const;
+    URL appcastURL() const { return downloadURL(appcastPath); }
+    bool isValid() const { return !bucket.empty(); }
+
+    bool operator==(const S3Configuration&) const = default;
+};
+
+/// Where the files of an app's releases lie.
+struct StorageConfiguration {
+    std::variant<S3Configuration> value{};
+
+    const S3Configuration& s3() const { return std::get<S3Configuration>(value); }
+    URL appcastURL() const { return s3().appcastURL(); }
+    URL downloadURL(const std::string& name) const { return s3().downloadURL(name); }
+    const URL& publicBaseURL() const { return s3().publicBaseURL; }
+    bool isValid() const { return s3().isValid(); }
+
+    bool operator==(const StorageConfiguration&) const = default;
+};
+
+/// Secret: belongs in the keychain, never among the settings.
+struct S3Credentials {
+    std::string accessKeyID{};
+    std::string secretAccessKey{};
+
+    bool operator==(const S3Credentials&) const = default;
+};
+
+void to_json(nlohmann::json& json, const S3Configuration& configuration);
+void from_json(const nlohmann::json& json, S3Configuration& configuration); ///< throws ModelError
+void to_json(nlohmann::json& json, const StorageConfiguration& configuration);
+void from_json(const nlohmann::json& json, StorageConfiguration& configuration); ///< throws ModelError
+void to_json(nlohmann::json& json, const S3Credentials& credentials);
+void from_json(const nlohmann::json& json, S3Credentials& credentials); ///< throws ModelError
+
+} // namespace halvo
