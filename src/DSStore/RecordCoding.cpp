@@ -4,6 +4,7 @@
 
 #include <Base/Unicode.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace halvo::dsstore {
@@ -99,6 +100,16 @@ Bytes plistBytes(const PlistValue& value) {
     }
 }
 
+/// Whether a reference of a keyed archive stands anywhere in the list: such lists are kept as bytes.
+bool holdsReference(const PlistValue& plist) {
+    if (const PropertyListArray* array = plist.as<PropertyListArray>())
+        return std::ranges::any_of(*array, holdsReference);
+    if (const PropertyListDictionary* dictionary = plist.as<PropertyListDictionary>())
+        return std::ranges::any_of(*dictionary,
+                                   [](const auto& entry) { return holdsReference(entry.second); });
+    return plist.as<PropertyListUID>() != nullptr;
+}
+
 /// Appends the type and the payload of a value, one overload for each kind.
 struct ValueWriter {
     BinaryWriter& writer;
@@ -171,9 +182,13 @@ void recognisePropertyList(Value& value) {
     const std::string_view text = viewText(*bytes);
     if (!text.starts_with("bplist") && !text.starts_with("<?xml"))
         return;
+    // A list without shared containers has no more values than bytes; one that would unfold to more is meant
+    // to do harm, and would not fit into a page again.
+    const PlistValue::Limits limits{.values = bytes->size(), .contentSize = 16 * bytes->size()};
     try {
-        PlistValue plist = PlistValue::parse(*bytes);
-        value.held = std::move(plist);
+        PlistValue plist = PlistValue::parse(*bytes, limits);
+        if (!holdsReference(plist))
+            value.held = std::move(plist);
     } catch (const PropertyListError&) {
         // Bytes that only look like a property list are kept as they are.
     }

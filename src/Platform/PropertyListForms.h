@@ -5,20 +5,22 @@
 namespace halvo {
 
 // The two forms of a property list. Both throw PropertyListError.
-PropertyList parseBinaryPropertyList(ByteView bytes);
-PropertyList parseXMLPropertyList(ByteView bytes);
+PropertyList parseBinaryPropertyList(ByteView bytes, const PropertyList::Limits& limits);
+PropertyList parseXMLPropertyList(ByteView bytes, const PropertyList::Limits& limits);
 Bytes writeBinaryPropertyList(const PropertyList& list);
 Bytes writeXMLPropertyList(const PropertyList& list);
 
 /// What is left of the limits while one list is read.
 class PropertyListBudget {
 public:
+    explicit PropertyListBudget(const PropertyList::Limits& limits) : left(limits) {}
+
     /// Counts one value with `size` bytes of text or data. Throws PropertyListError when there is none left.
     void take(std::size_t size) {
-        if (values == 0 || size > bytes)
+        if (left.values == 0 || size > left.contentSize)
             throw PropertyListError("The property list holds more than Halvo reads.");
-        --values;
-        bytes -= size;
+        --left.values;
+        left.contentSize -= size;
     }
 
     static void checkDepth(std::size_t depth) {
@@ -27,8 +29,7 @@ public:
     }
 
 private:
-    std::size_t values = PropertyList::maxValueCount;
-    std::size_t bytes = PropertyList::maxInputSize;
+    PropertyList::Limits left;
 };
 
 } // namespace halvo

@@ -87,9 +87,10 @@ bool isLeaf(std::string_view element) {
 /// Walks the nodes one by one with a stack of its own, so that no input decides how deep we call.
 class Reader {
 public:
-    explicit Reader(ByteView bytes)
+    Reader(ByteView bytes, const PropertyList::Limits& limits)
         : reader(xmlReaderForMemory(viewText(bytes).data(), static_cast<int>(bytes.size()), nullptr, nullptr,
-                                    XML_PARSE_NONET)) {
+                                    XML_PARSE_NONET)),
+          budget(limits) {
         if (!reader)
             throw std::bad_alloc();
         xmlTextReaderSetStructuredErrorHandler(reader.get(), &Reader::noteError, this);
@@ -365,7 +366,9 @@ private:
 
 } // namespace
 
-PropertyList parseXMLPropertyList(ByteView bytes) { return Reader(bytes).read(); }
+PropertyList parseXMLPropertyList(ByteView bytes, const PropertyList::Limits& limits) {
+    return Reader(bytes, limits).read();
+}
 
 Bytes writeXMLPropertyList(const PropertyList& list) {
     Writer writer;
