@@ -93,6 +93,8 @@ DSStore DSStore::read(const std::filesystem::path& path) {
 
 Bytes DSStore::serialize() const {
     for (const auto& [filename, sequences] : byFilename) {
+        if (sequences.size() == 1)
+            continue;
         std::vector<FourCC> codes;
         for (const Sequence sequence : sequences)
             codes.push_back(entries.at(sequence).type.code());

@@ -16,24 +16,25 @@ struct NamedCode {
     FourCC code;
 };
 
-constexpr std::array viewStyles{
-    NamedCode{ViewStyle::icon, FourCC("icnv")}, NamedCode{ViewStyle::list, FourCC("Nlsv")},
-    NamedCode{ViewStyle::column, FourCC("clmv")}, NamedCode{ViewStyle::gallery, FourCC("Flwv")}};
-constexpr std::array viewSorts{
-    NamedCode{ViewSort::none, FourCC("none")},        NamedCode{ViewSort::name, FourCC("name")},
-    NamedCode{ViewSort::kind, FourCC("kind")},        NamedCode{ViewSort::dateModified, FourCC("modd")},
-    NamedCode{ViewSort::dateCreated, FourCC("crea")}, NamedCode{ViewSort::size, FourCC("size")},
-    NamedCode{ViewSort::label, FourCC("labl")}};
+constexpr NamedCode<ViewStyle> viewStyles[] = {{ViewStyle::icon, FourCC("icnv")},
+                                               {ViewStyle::list, FourCC("Nlsv")},
+                                               {ViewStyle::column, FourCC("clmv")},
+                                               {ViewStyle::gallery, FourCC("Flwv")}};
+constexpr NamedCode<ViewSort> viewSorts[] = {
+    {ViewSort::none, FourCC("none")},        {ViewSort::name, FourCC("name")},
+    {ViewSort::kind, FourCC("kind")},        {ViewSort::dateModified, FourCC("modd")},
+    {ViewSort::dateCreated, FourCC("crea")}, {ViewSort::size, FourCC("size")},
+    {ViewSort::label, FourCC("labl")}};
 
 template<typename Name, std::size_t count>
-FourCC codeOf(const std::array<NamedCode<Name>, count>& table, Name name) {
+FourCC codeOf(const NamedCode<Name> (&table)[count], Name name) {
     return std::ranges::find(table, name, &NamedCode<Name>::name)->code;
 }
 
 template<typename Name, std::size_t count>
-std::optional<Name> nameOf(const std::array<NamedCode<Name>, count>& table, FourCC code) {
+std::optional<Name> nameOf(const NamedCode<Name> (&table)[count], FourCC code) {
     const auto found = std::ranges::find(table, code, &NamedCode<Name>::code);
-    return found == table.end() ? std::nullopt : std::optional(found->name);
+    return found == std::end(table) ? std::nullopt : std::optional(found->name);
 }
 
 std::optional<std::int64_t> wholeNumber(double number) {

@@ -53,8 +53,9 @@ ReadAlias readAlias(const Bytes& record) {
         }
         const ByteView data = tags.readBytes(length);
         alias.tags[tag].assign(data.begin(), data.end());
-        if (length % 2 == 1)
+        if (length % 2 == 1) {
             EXPECT_EQ(tags.readUInt8(), 0);
+        }
     }
 }
 
@@ -79,12 +80,12 @@ TEST(CarbonAlias, isLaidOutByteForByte) {
                             .mountPoint = "/Volumes/Demo 1"};
     const std::string zeros(128, '0');
     EXPECT_EQ(toHex(alias.encode()), "00000000"
-                                     "00f4"
+                                     "00e2"
                                      "0002"
                                      "0000"
                                      "0444656d6f" +
                                          zeros.substr(0, 46) +
-                                         "e57cdf25"
+                                         "e57ce625"
                                          "482b"
                                          "0000"
                                          "11223344"
@@ -182,12 +183,15 @@ TEST(HFSSeconds, countFrom1904AndStopAtTheEnds) {
 
 class AliasBuilding : public testing::Test {
 protected:
-    FakeVolumeFacts volume{
-        .volume = {.name = "Demo", .createDate = someDay},
-        .files = {{"/Volumes/Demo", {.id = 2}},
-                  {"/Volumes/Demo/bg.png", {.id = 0x100000011}},
-                  {"/Volumes/Demo/.background", {.id = 16}},
-                  {"/Volumes/Demo/.background/bg.png", {.id = 17, .creationDate = someDay}}}};
+    AliasBuilding() {
+        volume.volume = {.name = "Demo", .createDate = someDay};
+        volume.files = {{"/Volumes/Demo", {.id = 2}},
+                        {"/Volumes/Demo/bg.png", {.id = 0x100000011}},
+                        {"/Volumes/Demo/.background", {.id = 16}},
+                        {"/Volumes/Demo/.background/bg.png", {.id = 17, .creationDate = someDay}}};
+    }
+
+    FakeVolumeFacts volume;
     StoppedClock clock;
     AliasBuilder builder{volume, clock};
 };
