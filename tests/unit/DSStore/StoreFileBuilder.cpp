@@ -4,11 +4,14 @@
 #include <DSStore/DSStore.h>
 #include <DSStore/DiagnosticHandler.h>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace halvo::test {
 
 Bytes StoreFileBuilder::build() const {
+    constexpr std::uint32_t allocatorPower = 14, allocatorSize = 1u << allocatorPower;
     BinaryWriter header;
     for (const std::uint32_t field : {root, height, recordCount, nodeCount, pageSize})
         header.writeUInt32(field);
@@ -18,14 +21,18 @@ Bytes StoreFileBuilder::build() const {
         if (block.offset == 0) {
             block.offset = cursor;
             cursor += 4096;
+        } else if (!block.data.empty()) {
+            cursor = std::max(cursor, block.offset + (1u << block.sizePower));
         }
         blocks.push_back(block);
     }
 
+    cursor = (cursor + allocatorSize - 1) / allocatorSize * allocatorSize;
+
     BinaryWriter file;
     file.writeUInt32(1);
     file.writeText("Bud1");
-    for (const std::uint32_t field : {cursor, 4096u, cursor})
+    for (const std::uint32_t field : {cursor, allocatorSize, cursor})
         file.writeUInt32(field);
     for (const Block& block : blocks) {
         if (block.data.empty())
@@ -36,17 +43,18 @@ Bytes StoreFileBuilder::build() const {
     file.writePadding(cursor + 4);
     file.writeUInt32(static_cast<std::uint32_t>(blocks.size()) + 1);
     file.writeUInt32(reservedWord);
-    file.writeUInt32(cursor | 12);
+    file.writeUInt32(cursor | allocatorPower);
     for (const Block& block : blocks)
         file.writeUInt32(block.offset | block.sizePower);
-    file.writePadding(cursor + 4 + 8 + 4 * 256);
+    const std::size_t slots = (blocks.size() + 1 + 255) / 256 * 256;
+    file.writePadding(cursor + 4 + 8 + 4 * slots);
     file.writeUInt32(static_cast<std::uint32_t>(tableOfContents.size()));
     for (const Entry& entry : tableOfContents) {
         file.writeUInt8(static_cast<std::uint8_t>(entry.name.size()));
         file.writeText(entry.name);
         file.writeUInt32(entry.block);
     }
-    file.writePadding(cursor + 4 + 4096);
+    file.writePadding(std::size_t(cursor) + 4 + allocatorSize);
     return file.take();
 }
 

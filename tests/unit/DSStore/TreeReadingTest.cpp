@@ -212,6 +212,22 @@ TEST(TreeReading, reportsRecordsOutOfOrderAndKeepsTheirPlace) {
                 IsEmpty());
 }
 
+TEST(TreeReading, goesNoDeeperThanTheLimit) {
+    // A chain of internal nodes, each with the next one for its first child; the last one is a leaf.
+    for (const auto& [levels, error] : {std::pair{1024u, "Corrupted file: B-tree node count mismatch"},
+                                        {1025u, "Corrupted file: B-tree depth exceeds supported limit"}}) {
+        StoreFileBuilder builder;
+        builder.height = levels;
+        builder.nodeCount = 3000;
+        for (std::uint32_t level = 0; level < levels; ++level)
+            builder.nodes.push_back(
+                {internal({level + 3, levels + 3 + level}, {record("")}), 5, 64 + 32 * level});
+        for (std::uint32_t last = 0; last <= levels; ++last)
+            builder.nodes.push_back({leaf({}), 5, 64 + 32 * (levels + last)});
+        EXPECT_EQ(readingError(builder.build()), error) << levels;
+    }
+}
+
 TEST(TreeReading, stopsCollectingWhereNodesOverlap) {
     // 200 leaves lie over each other, so the records outnumber the bytes of the file.
     StoreFileBuilder builder;
