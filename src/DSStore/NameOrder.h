@@ -13,7 +13,7 @@ struct SortKey {
     explicit SortKey(const Record& record) : name(foldedName(record.filename)), code(record.type.code()) {}
     std::u16string name;
     FourCC code;
-    auto operator<=>(const SortKey&) const = default;
+    auto operator<=>(const SortKey&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 } // namespace halvo::dsstore

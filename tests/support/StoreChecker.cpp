@@ -133,6 +133,7 @@ private:
         result.nodeCount = header.number();
         require(header.number() == 4096, "the page size is wrong");
         header.requireZeros("the rest of the tree header is not zero");
+        result.rootBlock = root;
         readNode(root, 0);
         require(result.records.size() == recordCount, "the record count is wrong");
         require(visited.size() == result.nodeCount, "the node count is wrong");
@@ -147,10 +148,15 @@ private:
         const std::uint32_t count = cursor.number();
         require((lastChild == 0) == (depth == result.height), "a leaf lies at another depth");
         require(lastChild == 0 || count > 0, "an internal node has no records");
+        result.tree += lastChild != 0 ? "(" : "[";
         for (std::uint32_t record = 0; record < count; ++record) {
-            if (lastChild != 0)
+            if (lastChild != 0) {
                 readNode(cursor.number(), depth + 1);
+                result.tree += " ";
+            }
             readRecord(cursor);
+            result.tree += result.records.back().filename;
+            result.tree += lastChild != 0 || record + 1 < count ? " " : "";
         }
         const std::size_t used = cursor.position() - begin;
         require(used <= 4096 && size(block) == std::max<std::size_t>(32, std::bit_ceil(used)),
@@ -158,6 +164,7 @@ private:
         cursor.requireZeros("the rest of a node is not zero");
         if (lastChild != 0)
             readNode(lastChild, depth + 1);
+        result.tree += lastChild != 0 ? ")" : "]";
     }
 
     void readRecord(Cursor& cursor) {

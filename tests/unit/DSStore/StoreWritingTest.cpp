@@ -100,6 +100,36 @@ TEST(StoreWriting, writesRecordsOfEverySize) {
     }
 }
 
+struct SplitCase {
+    const char* name;
+    std::vector<std::size_t> sizes; ///< of the records a, b, c, ...
+    const char* tree;
+    std::uint32_t rootBlock;
+};
+class Splits : public testing::TestWithParam<SplitCase> {};
+
+TEST_P(Splits, giveTheTreeThatTheFormatAsksFor) {
+    DSStore store;
+    for (const std::size_t size : GetParam().sizes)
+        store.add(recordOfSize(size, std::string(1, static_cast<char>('a' + store.size()))));
+    const StoredFile file = expectWritten(store);
+    EXPECT_EQ(file.tree, GetParam().tree);
+    EXPECT_EQ(file.rootBlock, GetParam().rootBlock);
+}
+
+// New nodes are numbered from 3 on, the right half before a new root.
+INSTANTIATE_TEST_SUITE_P(
+    Trees, Splits,
+    testing::Values(
+        SplitCase{"none", {1000, 1000, 1000}, "[a b c]", 2},
+        SplitCase{"firstOfTwoEqualBalances", {1100, 1100, 1100, 1100}, "([a] b [c d])", 4},
+        SplitCase{"mostEvenHalves", {900, 100, 100, 900, 900, 1500}, "([a b c d] e [f])", 4},
+        SplitCase{"grownOnTheRight", {1100, 1100, 1100, 1100, 1100, 1100, 1100}, "([a] b [c] d [e f g])", 4},
+        SplitCase{"twoLargeOnes", {2100, 2100}, "([] a [b])", 4},
+        SplitCase{"largeOnesOnly", {2100, 2100, 2100}, "([a] b [c])", 2},
+        SplitCase{"largeOnesOnThreeLevels", {2100, 2100, 2100, 2100, 2100}, "(([a] b []) c ([d] e []))", 2}),
+    test::CaseName());
+
 TEST(StoreWriting, takesALeafFullAndNotOneByteMore) {
     EXPECT_EQ(expectWritten(DSStore({recordOfSize(4088, "a")})).nodeCount, 1u);
     EXPECT_EQ(writingError(DSStore({recordOfSize(4089, "a")})),

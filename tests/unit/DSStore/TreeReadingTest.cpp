@@ -78,70 +78,63 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Nodes, TreeDamage,
-    testing::Values(DamagedTree{"rootIsNoBlock", [](B& file) { file.root = 5; }, "Invalid block address"},
-                    DamagedTree{"childTwice",
-                                [](B& file) {
-                                    file.nodes[0].data = internal({3, 3}, {record("b")});
-                                },
-                                "Corrupted file: B-tree contains duplicate node reference"},
-                    DamagedTree{"childIsParent",
-                                [](B& file) {
-                                    file.nodes[0].data = internal({2, 4}, {record("b")});
-                                },
-                                "Corrupted file: B-tree contains duplicate node reference"},
-                    DamagedTree{"zeroChild",
-                                [](B& file) {
-                                    file.nodes[0].data = internal({0, 4}, {record("b")});
-                                },
-                                "Corrupted file: Internal node contains zero child pointer"},
-                    DamagedTree{"noRecordsInside", [](B& file) { file.nodes[0].data = internal({4}, {}); },
-                                "Corrupted file: Internal node has no records"},
-                    DamagedTree{"countInside",
-                                [](B& file) {
-                                    file.nodes[0].data = withCount(internal({3, 4}, {record("b")}), 256);
-                                },
-                                "Corrupted file: Internal node record count exceeds block size"},
-                    DamagedTree{"countInLeaf",
-                                [](B& file) { file.nodes[1].data = withCount(leaf({record("a")}), 341); },
-                                "Corrupted file: Leaf node record count exceeds block size"},
-                    DamagedTree{"hugeBlock",
-                                [](B& file) {
-                                    file.nodes[1].sizePower = 13;
-                                    file.nodes[1].offset = 8192;
-                                },
-                                "Invalid B-tree header"},
-                    DamagedTree{"blockBeyondFile",
-                                [](B& file) {
-                                    file.nodes[1].offset = 0x10000000;
-                                    file.nodes[1].data = {};
-                                },
-                                "Corrupted file: Node exceeds file length"},
-                    DamagedTree{"recordLeavesLeaf",
-                                [](B& file) {
-                                    file.nodes[1] = {leaf({record("a", "cmmt",
-                                                                  std::string("ustr\0\0\0\x06"
-                                                                              "x",
-                                                                              9))}),
-                                                     5};
-                                },
-                                "Corrupted file: Leaf node record exceeds block size"},
-                    DamagedTree{"recordLeavesInternal",
-                                [](B& file) {
-                                    file.nodes[0] = {internal({3, 4}, {record("b", "cmmt",
-                                                                              std::string("ustr\0\0\0\x02"
-                                                                                          "x",
-                                                                                          9))}),
-                                                     5};
-                                },
-                                "Corrupted file: Internal node record exceeds block size"},
-                    DamagedTree{"duplicateKey", [](B& file) { file.nodes[2].data = leaf({record("a")}); },
-                                "Corrupted file: Duplicate record key"},
-                    DamagedTree{"chainDeeperThanItsNodes",
-                                [](B& file) {
-                                    file.nodeCount = 1;
-                                    file.nodes[1].data = internal({4, 5}, {record("a")});
-                                },
-                                "Corrupted file: B-tree depth exceeds supported limit"}),
+    testing::Values(
+        DamagedTree{"rootIsNoBlock", [](B& file) { file.root = 5; }, "Invalid block address"},
+        DamagedTree{"childTwice",
+                    [](B& file) {
+                        file.nodes[0].data = internal({3, 3}, {record("b")});
+                    },
+                    "Corrupted file: B-tree contains duplicate node reference"},
+        DamagedTree{"childIsParent",
+                    [](B& file) {
+                        file.nodes[0].data = internal({2, 4}, {record("b")});
+                    },
+                    "Corrupted file: B-tree contains duplicate node reference"},
+        DamagedTree{"zeroChild",
+                    [](B& file) {
+                        file.nodes[0].data = internal({0, 4}, {record("b")});
+                    },
+                    "Corrupted file: Internal node contains zero child pointer"},
+        DamagedTree{"noRecordsInside", [](B& file) { file.nodes[0].data = internal({4}, {}); },
+                    "Corrupted file: Internal node has no records"},
+        DamagedTree{"countInside",
+                    [](B& file) {
+                        file.nodes[0].data = withCount(internal({3, 4}, {record("b")}), 256);
+                    },
+                    "Corrupted file: Internal node record count exceeds block size"},
+        DamagedTree{"countInLeaf", [](B& file) { file.nodes[1].data = withCount(leaf({record("a")}), 341); },
+                    "Corrupted file: Leaf node record count exceeds block size"},
+        DamagedTree{"hugeBlock",
+                    [](B& file) {
+                        file.nodes[1].sizePower = 13;
+                        file.nodes[1].offset = 8192;
+                    },
+                    "Invalid B-tree header"},
+        DamagedTree{"blockBeyondFile",
+                    [](B& file) {
+                        file.nodes[1].offset = 0x10000000;
+                        file.nodes[1].data = {};
+                    },
+                    "Corrupted file: Node exceeds file length"},
+        DamagedTree{"recordLeavesLeaf",
+                    [](B& file) { // by one byte
+                        file.nodes[1] = {leaf({record("a", "cmmt", std::string("blob\0\0\0\x07", 8))}), 5};
+                    },
+                    "Corrupted file: Leaf node record exceeds block size"},
+        DamagedTree{"recordLeavesInternal",
+                    [](B& file) {
+                        file.nodes[0] = {
+                            internal({3, 4}, {record("b", "cmmt", std::string("blob\0\0\0\x03", 8))}), 5};
+                    },
+                    "Corrupted file: Internal node record exceeds block size"},
+        DamagedTree{"duplicateKey", [](B& file) { file.nodes[2].data = leaf({record("a")}); },
+                    "Corrupted file: Duplicate record key"},
+        DamagedTree{"chainDeeperThanItsNodes",
+                    [](B& file) {
+                        file.nodeCount = 1;
+                        file.nodes[1].data = internal({4, 5}, {record("a")});
+                    },
+                    "Corrupted file: B-tree depth exceeds supported limit"}),
     test::CaseName());
 
 struct DamagedRecord {
@@ -190,6 +183,21 @@ TEST(TreeReading, walksInOrder) {
     for (const auto& found : DSStore::read(twoLevels().build()).records())
         names.push_back(found.filename);
     EXPECT_THAT(names, ElementsAre("a", "b", "c"));
+}
+
+TEST(TreeReading, takesARecordThatFillsItsBlock) {
+    StoreFileBuilder builder = twoLevels();
+    builder.nodes[0] = {internal({3, 4}, {record("b", "cmmt",
+                                                 std::string("blob\0\0\0\x02"
+                                                             "xy",
+                                                             10))}),
+                        5};
+    builder.nodes[1] = {leaf({record("a", "cmmt",
+                                     std::string("blob\0\0\0\x06"
+                                                 "abcdef",
+                                                 14))}),
+                        5};
+    EXPECT_EQ(readingError(builder.build()), "");
 }
 
 TEST(TreeReading, keepsUnknownRecordsAndWritesThemAgain) {

@@ -27,7 +27,7 @@ struct FourCC {
     /// The four characters, or "????" when they are not ASCII.
     std::string stringValue() const;
 
-    constexpr auto operator<=>(const FourCC&) const = default;
+    constexpr auto operator<=>(const FourCC&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 /// An object with the one key `rawValue`.

@@ -19,6 +19,8 @@ struct StoredRecord {
 /// What a file holds, and the shape of its tree.
 struct StoredFile {
     std::vector<StoredRecord> records{};
+    std::string tree{}; ///< filenames by node, leaves in brackets: "([a] b [c d])"
+    std::uint32_t rootBlock = 0;
     std::uint32_t height = 0;
     std::uint32_t nodeCount = 0;
     std::uint32_t blockCount = 0;
