@@ -182,11 +182,10 @@ void recognisePropertyList(Value& value) {
     const std::string_view text = viewText(*bytes);
     if (!text.starts_with("bplist") && !text.starts_with("<?xml"))
         return;
-    // A list without shared containers has no more values than bytes; one that would unfold to more is meant
-    // to do harm, and would not fit into a page again.
-    const PlistValue::Limits limits{.values = bytes->size(), .contentSize = 16 * bytes->size()};
+    // Shared texts and data could make far more of a list than the page that it stands in.
+    const std::size_t maxContentSize = 16 * bytes->size();
     try {
-        PlistValue plist = PlistValue::parse(*bytes, limits);
+        PlistValue plist = PlistValue::parse(*bytes, maxContentSize);
         if (!holdsReference(plist))
             value.held = std::move(plist);
     } catch (const PropertyListError&) {

@@ -50,7 +50,7 @@ std::uint64_t readSized(BinaryReader& reader, std::size_t size) {
 
 class Reader {
 public:
-    Reader(ByteView bytes, const PropertyList::Limits& limits) : whole(bytes), budget(limits) {
+    Reader(ByteView bytes, std::size_t maxContentSize) : whole(bytes), budget(bytes.size(), maxContentSize) {
         if (!viewText(bytes).starts_with(signature))
             refuse("its version is not 00");
         if (bytes.size() < signature.size() + trailerSize)
@@ -362,9 +362,9 @@ private:
 
 } // namespace
 
-PropertyList parseBinaryPropertyList(ByteView bytes, const PropertyList::Limits& limits) {
+PropertyList parseBinaryPropertyList(ByteView bytes, std::size_t maxContentSize) {
     try {
-        return Reader(bytes, limits).read();
+        return Reader(bytes, maxContentSize).read();
     } catch (const BinaryReadError& error) {
         const bool halfCharacter = error.kind == BinaryReadError::Kind::invalidUTF16String;
         refuse(halfCharacter ? "a text holds half of a character" : "an object is cut off");

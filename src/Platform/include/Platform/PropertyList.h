@@ -45,16 +45,11 @@ public:
     using Value = std::variant<bool, std::int64_t, double, std::string, Bytes, Date, PropertyListArray,
                                PropertyListDictionary, PropertyListUnsigned, PropertyListUID>;
 
-    /// What `parse` takes besides: bytes of input, and nesting.
+    /// What `parse` takes: the input's size, the nesting, and the values with their texts and data, which a
+    /// small binary file could otherwise multiply through shared references.
     static constexpr std::size_t maxInputSize = 64u << 20;
     static constexpr std::size_t maxDepth = 200;
-
-    /// How many values, and how many bytes of text and data in them, `parse` makes of its input: a small
-    /// binary file could otherwise multiply them through shared references.
-    struct Limits {
-        std::size_t values = 4'000'000;
-        std::size_t contentSize = maxInputSize;
-    };
+    static constexpr std::size_t maxValueCount = 4'000'000;
 
     /// Of any payload: `PropertyListDictionary{{"method", "developer-id"}, {"count", 3}, {"thin", false}}`.
     template<typename Payload>
@@ -64,9 +59,9 @@ public:
 
     /// Reads either form; XML in any encoding that it declares, with or without a byte-order mark. Of keys
     /// that stand twice in a dictionary the last counts. Throws PropertyListError for damaged bytes, for
-    /// other formats (JSON, old text lists) and beyond the limits above.
-    static PropertyList parse(ByteView bytes) { return parse(bytes, Limits{}); }
-    static PropertyList parse(ByteView bytes, const Limits& limits);
+    /// other formats (JSON, old text lists), beyond the limits above, and when texts, data and references
+    /// take more than `maxContentSize` bytes.
+    static PropertyList parse(ByteView bytes, std::size_t maxContentSize = maxInputSize);
     /// The XML form as Apple's tools write it, keys in the order of their bytes. Dates lose their fractions
     /// of a second. Throws PropertyListError for a text that XML cannot hold and a year that is not of four
     /// digits.
