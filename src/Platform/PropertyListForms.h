@@ -7,8 +7,8 @@
 namespace halvo {
 
 // The two forms of a property list. Both throw PropertyListError.
-PropertyList parseBinaryPropertyList(ByteView bytes);
-PropertyList parseXMLPropertyList(ByteView bytes);
+PropertyList parseBinaryPropertyList(ByteView bytes, std::size_t maxContentSize);
+PropertyList parseXMLPropertyList(ByteView bytes, std::size_t maxContentSize);
 Bytes writeBinaryPropertyList(const PropertyList& list);
 Bytes writeXMLPropertyList(const PropertyList& list);
 
@@ -17,8 +17,8 @@ class PropertyListBudget {
 public:
     /// Every value takes a byte of the input at least, or a reference to it does. A binary list that has more
     /// of them refers to its containers again and again.
-    explicit PropertyListBudget(std::size_t inputSize)
-        : values(std::min(inputSize, PropertyList::maxValueCount)) {}
+    PropertyListBudget(std::size_t inputSize, std::size_t maxContentSize)
+        : values(std::min(inputSize, PropertyList::maxValueCount)), bytes(maxContentSize) {}
 
     /// Counts one value with `size` bytes of text or data. Throws PropertyListError when there is none left.
     void take(std::size_t size) {
@@ -35,7 +35,7 @@ public:
 
 private:
     std::size_t values;
-    std::size_t bytes = PropertyList::maxInputSize;
+    std::size_t bytes;
 };
 
 } // namespace halvo

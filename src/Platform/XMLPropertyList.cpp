@@ -110,11 +110,11 @@ private:
 /// Walks the nodes one by one with a stack of its own, so that no input decides how deep we call.
 class Reader {
 public:
-    explicit Reader(ByteView bytes)
+    Reader(ByteView bytes, std::size_t maxContentSize)
         : reporting(&Reader::noteError, this),
           reader(xmlReaderForMemory(viewText(bytes).data(), static_cast<int>(bytes.size()), nullptr, nullptr,
                                     XML_PARSE_NONET)),
-          budget(bytes.size()) {
+          budget(bytes.size(), maxContentSize) {
         if (!reader)
             throw std::bad_alloc();
         xmlTextReaderSetStructuredErrorHandler(reader.get(), &Reader::noteError, this);
@@ -386,7 +386,9 @@ private:
 
 } // namespace
 
-PropertyList parseXMLPropertyList(ByteView bytes) { return Reader(bytes).read(); }
+PropertyList parseXMLPropertyList(ByteView bytes, std::size_t maxContentSize) {
+    return Reader(bytes, maxContentSize).read();
+}
 
 Bytes writeXMLPropertyList(const PropertyList& list) {
     Writer writer;
