@@ -113,7 +113,7 @@ void S3Uploader::verify() const {
 void S3Uploader::note(const std::string& message) const { log.write(LogLevel::info, component, message); }
 
 std::string S3Uploader::formatError(const std::exception& error, std::string_view operation) const {
-    const std::string text = describe(error);
+    std::string text = describe(error);
     const std::string endpoint =
         configuration.endpoint ? configuration.endpoint->absoluteString() : "default";
     log.write(LogLevel::error, component,

@@ -77,7 +77,7 @@ CanonicalHeaders canonicalHeaders(const std::vector<HTTPHeader>& headers) {
     }
     CanonicalHeaders canonical;
     for (const auto& [name, value] : byName) {
-        canonical.lines += name + ":" + value + "\n";
+        canonical.lines += joined({name, value}, ":") + "\n";
         canonical.signedNames += (canonical.signedNames.empty() ? "" : ";") + name;
     }
     return canonical;

@@ -12,7 +12,7 @@
 namespace halvo {
 namespace {
 
-constexpr std::size_t largestDocument = 256 * 1024;
+constexpr std::size_t largestDocument = std::size_t{256} * 1024;
 constexpr std::size_t longestText = 600; ///< bytes of a message that are repeated to the user
 
 std::string nameOf(const xmlNode& node) { return reinterpret_cast<const char*>(node.name); }

@@ -83,6 +83,32 @@ INSTANTIATE_TEST_SUITE_P(
         FaultCase{"garbage", {.body = "garbage\r\n\r\n", .behaviour = Behaviour::raw}, false}),
     test::CaseName());
 
+/// Every exchange fails in the same way.
+class FailingSession final : public HTTPSession {
+public:
+    explicit FailingSession(HTTPError::Kind kind) : kind(kind) {}
+    HTTPResponse send(const HTTPRequest& request, const std::stop_token&) override {
+        EXPECT_EQ(request.timeLimit, 600s);
+        ++requests;
+        throw HTTPError(kind, "no");
+    }
+    HTTPError::Kind kind;
+    int requests = 0;
+};
+
+TEST(S3Client, retriesOnlyWhatAnotherConnectionMayCure) {
+    using Kind = HTTPError::Kind;
+    for (const Kind kind : {Kind::invalidRequest, Kind::cannotConnect, Kind::connectionLost, Kind::timedOut,
+                            Kind::insecure, Kind::responseTooLarge, Kind::notHTTP, Kind::other}) {
+        FailingSession http(kind);
+        test::FakeClock clock;
+        const S3Client client({"demo", "us-east-1", {}}, {"AKID", "hunter2", {}}, http, clock, {});
+        EXPECT_THROW(client.getObject("k"), HTTPError);
+        EXPECT_EQ(http.requests, kind == Kind::cannotConnect || kind == Kind::connectionLost ? 5 : 1)
+            << "kind " << static_cast<int>(kind);
+    }
+}
+
 TEST(S3Client, sendsOnePlainSignedBody) {
     ScriptedStore store({{}, {}});
     std::uint64_t sent = 0;

@@ -11,7 +11,7 @@ namespace halvo {
 namespace {
 
 constexpr std::chrono::milliseconds connectLimit{30'000};
-constexpr long uploadBufferSize = 512 * 1024;
+constexpr long uploadBufferSize = 512L * 1024;
 /// How long one wait lasts when nothing happens; cancellation and time limits end it earlier.
 constexpr int longestWait = 1000;
 
@@ -123,7 +123,7 @@ void CurlExchange::setReceivers() {
 void CurlExchange::configureBody() {
     CURL* easy = connections.easy.get();
     // CURLOPT_UPLOAD, not CURLOPT_POSTFIELDS: it neither invents a content type nor a method of its own.
-    if (request.hasBody || !request.body.empty()) {
+    if (sendsBody()) {
         set(easy, CURLOPT_UPLOAD, 1L);
         set(easy, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
         set(easy, CURLOPT_READFUNCTION, &readBody);
@@ -153,7 +153,7 @@ void CurlExchange::configureHeaders() {
     bool givesExpect = false;
     for (const auto& [name, value] : request.headers) {
         // libcurl takes "Name:" for a field to leave out and "Name;" for one with an empty value.
-        append(trimmed(value).empty() ? name + ";" : name + ": " + value);
+        append(trimmed(value).empty() ? name + ";" : joined({name, value}, ": "));
         givesExpect = givesExpect || lowercased(name) == "expect";
     }
     if (!givesExpect)
@@ -167,7 +167,7 @@ HTTPResponse CurlExchange::run(const std::stop_token& cancellation) {
         std::rethrow_exception(thrown);
     if (code != CURLE_OK && !refusedInUpload(code))
         fail(code);
-    if (code == CURLE_OK && request.hasBody && unsent.empty())
+    if (sendsBody() && response.status < 300)
         reportProgress(request.body.size());
     if (!headerComplete)
         throw HTTPError(HTTPError::Kind::notHTTP,
@@ -206,7 +206,7 @@ CURLcode CurlExchange::transfer(const std::stop_token& cancellation) {
 /// A server that refuses an upload may answer and close before it has read it all. The answer is what counts
 /// then, also when the close took the end of its body away.
 bool CurlExchange::refusedInUpload(CURLcode code) {
-    if (!request.hasBody || !isBroken(code))
+    if (!sendsBody() || !isBroken(code))
         return false;
     if (!headerComplete && authority.scheme == "http")
         readAnswerLeftInSocket();

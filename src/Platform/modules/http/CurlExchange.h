@@ -29,6 +29,7 @@ public:
 private:
     static constexpr std::size_t maximumHeaderSize = std::size_t{1} << 20;
 
+    bool sendsBody() const { return request.hasBody || !request.body.empty(); }
     void configure();
     void configureHeaders();
     void configureBody();

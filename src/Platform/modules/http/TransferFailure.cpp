@@ -15,7 +15,7 @@ bool isBrokenConnection(int systemCode, std::string_view message) {
 
 /// libcurl's sentence "Failed to connect to HOST port PORT after ..." names the proxy when one is asked.
 std::string connectTarget(const HTTPAuthority& authority, std::string_view message) {
-    const std::string target = authority.host + " port " + authority.port;
+    std::string target = authority.host + " port " + authority.port;
     constexpr std::string_view start = "onnect to ";
     const std::size_t from = message.find(start);
     const std::size_t to = message.find(" after ");
