@@ -1,0 +1,151 @@
+#include <HalvoNotarization/Codesigner.h>
+
+#include <Support/CaseName.h>
+#include <Support/FakeProcessRunner.h>
+#include <Support/ScriptedTools.h>
+#include <Support/Thrown.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using test::CaseName;
+using test::descriptionThrown;
+using test::ScriptedTools;
+
+const std::string hash = "0123456789ABCDEFabcdef890123456789ABCDEF";
+
+struct IdentityCase {
+    std::string_view name;
+    std::string text;
+    std::vector<CodesignIdentity> identities;
+};
+
+class ParseIdentities : public testing::TestWithParam<IdentityCase> {};
+
+TEST_P(ParseIdentities, readsWhatSecurityPrints) {
+    EXPECT_EQ(Codesigner::parseIdentities(GetParam().text), GetParam().identities);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Codesigner, ParseIdentities,
+    testing::Values(
+        IdentityCase{"none", "     0 valid identities found\n", {}}, IdentityCase{"nothing", "", {}},
+        IdentityCase{
+            "one",
+            "  1) " + hash +
+                " \"Developer ID Application: Jane Doe (ABCDE12345)\"\n     1 valid identities found\n",
+            {{hash, "Developer ID Application: Jane Doe (ABCDE12345)", "ABCDE12345"}}},
+        IdentityCase{
+            "severalInTheirOrder",
+            " 10) BB \"Apple Development: b@example.com (TEAMB)\"\n 11) AA \"Mac: A (TEAMA)\"",
+            {{"BB", "Apple Development: b@example.com (TEAMB)", "TEAMB"}, {"AA", "Mac: A (TEAMA)", "TEAMA"}}},
+        IdentityCase{"parenthesesInTheName",
+                     "1) A1 \"ID: Doe (Old) Inc. (X) (TEAM1)\"",
+                     {{"A1", "ID: Doe (Old) Inc. (X) (TEAM1)", "TEAM1"}}},
+        IdentityCase{
+            "quotesInTheName", "1) A1 \"ID: \"Doe\" (TEAM1)\"", {{"A1", "ID: \"Doe\" (TEAM1)", "TEAM1"}}},
+        IdentityCase{"lowerCaseTeam", "1) A1 \"ID: Doe (team1)\"", {}},
+        IdentityCase{"emptyTeam", "1) A1 \"ID: Doe ()\"", {}},
+        IdentityCase{"noTeam", "1) A1 \"ID: Doe\"", {}},
+        IdentityCase{"textBehindTheTeam", "1) A1 \"ID: (TEAM1) Doe\"", {}},
+        IdentityCase{"revoked",
+                     "1) A1 \"ID: Doe (TEAM1)\" (CSSMERR_TP_CERT_REVOKED)\n2) A2 \"ID: Roe (TEAM2)\"",
+                     {{"A2", "ID: Roe (TEAM2)", "TEAM2"}}},
+        IdentityCase{"noHash", "1) \"ID: Doe (TEAM1)\"", {}},
+        IdentityCase{"notHexadecimal", "1) XY \"ID: Doe (TEAM1)\"", {}},
+        IdentityCase{"unfinished", "1) A1 \"ID: Doe (TEAM1)", {}},
+        IdentityCase{"windowsBreaks",
+                     "1) A1 \"ID: Doe (TEAM1)\"\r\n2) A2 \"ID: Roe (TEAM2)\"\r\n",
+                     {{"A1", "ID: Doe (TEAM1)", "TEAM1"}, {"A2", "ID: Roe (TEAM2)", "TEAM2"}}}),
+    CaseName());
+
+class CodesignerTest : public testing::Test {
+protected:
+    ScriptedTools tools;
+    SilentLog log;
+    Codesigner codesigner{tools.runner(), log};
+    std::filesystem::path app =
+        tools.write("My App.app/Contents/MacOS/App", "x").parent_path().parent_path().parent_path();
+};
+
+TEST_F(CodesignerTest, asksSecurityForIdentities) {
+    tools.script("security find-identity", {R"([{"out": "  1) AA \"Apple Development: Jane (TEAM1)\"\n"},
+        {"out": "  2) BB \"Developer ID Application: Jane (TEAM1)\"\n     2 valid identities found\n"}])"});
+    const CodesignIdentity development{"AA", "Apple Development: Jane (TEAM1)", "TEAM1"};
+    const CodesignIdentity distribution{"BB", "Developer ID Application: Jane (TEAM1)", "TEAM1"};
+    EXPECT_EQ(codesigner.availableIdentities(), (std::vector{development, distribution}));
+    EXPECT_EQ(codesigner.developerIDIdentities(), std::vector{distribution});
+    EXPECT_EQ(tools.argumentsOf("security find-identity").front(),
+              (Arguments{"find-identity", "-v", "-p", "codesigning"}));
+}
+
+TEST_F(CodesignerTest, signsTheWholeBundleInOneCall) {
+    codesigner.sign(app, "Developer ID Application: Jane \"J\" Doe (ABCDE12345)");
+    EXPECT_EQ(tools.argumentsOf("codesign --sign"),
+              std::vector<Arguments>{
+                  (Arguments{"--deep", "--force", "--verify", "--verbose", "--sign",
+                             "Developer ID Application: Jane \"J\" Doe (ABCDE12345)", "--options", "runtime",
+                             "--timestamp", "--preserve-metadata=entitlements", app.string()})});
+}
+
+struct FailureCase {
+    std::string_view name;
+    const char* steps;
+    const char* text;
+};
+
+class CodesignFailure : public CodesignerTest, public testing::WithParamInterface<FailureCase> {};
+
+TEST_P(CodesignFailure, carriesWhatTheToolSaid) {
+    tools.script("security find-identity", {GetParam().steps});
+    tools.script("codesign --sign", {GetParam().steps});
+    const std::string text = GetParam().text;
+    EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.availableIdentities(); }),
+              "Failed to discover codesigning identities: " + text);
+    EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.sign(app, "Me"); }),
+              "Codesigning failed: " + text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Codesigner, CodesignFailure,
+    testing::Values(FailureCase{"withText", R"([{"err": "errSecInternalComponent\n"}, {"exit": 1}])",
+                                "errSecInternalComponent"},
+                    FailureCase{"silent", R"([{"out": "not this"}, {"exit": 1}])", "Unknown error"},
+                    FailureCase{"bySignal", R"([{"signal": 9}])", "Unknown error"}),
+    CaseName());
+
+TEST_F(CodesignerTest, startsNothingForAMissingApp) {
+    EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.sign("/no/such.app", "Me"); }),
+              "Application not found at /no/such.app");
+    EXPECT_TRUE(tools.calls().empty());
+}
+
+TEST_F(CodesignerTest, looksAtStandardErrorAloneForTheAuthority) {
+    EXPECT_TRUE(codesigner.isSignedForDistribution(app));
+    EXPECT_EQ(tools.argumentsOf("codesign -dvv"), std::vector<Arguments>{(Arguments{"-dvv", app.string()})});
+    tools.script("codesign -dvv",
+                 {R"([{"err": "Authority=Developer ID Application: Jane (T)\n"}, {"exit": 3}])",
+                  R"([{"out": "Authority=Developer ID Application: Jane (T)\n"}])",
+                  R"([{"err": "Signature=adhoc\nTeamIdentifier=not set\n"}])",
+                  R"([{"err": "x: code object is not signed at all\n"}, {"exit": 1}])",
+                  R"([{"err": "Authority=Apple Development: Jane (T)\n"}])"});
+    EXPECT_TRUE(codesigner.isSignedForDistribution(app)) << "the exit status does not count";
+    for (const char* why : {"standard output", "ad hoc", "unsigned", "development"})
+        EXPECT_FALSE(codesigner.isSignedForDistribution(app)) << why;
+}
+
+TEST(Codesigner, leavesAnAppUnjudgedAsUnsignedWithoutATool) {
+    test::FakeProcessRunner runner;
+    SilentLog log;
+    EXPECT_FALSE(Codesigner(runner, log).isSignedForDistribution("/Demo.app"));
+    EXPECT_EQ(descriptionThrown<ProcessError>([&] { Codesigner(runner, log).availableIdentities(); }),
+              "Executable is not found or cannot be executed.");
+    EXPECT_EQ(CodesigningError(CodesigningError::IdentityNotFound{"Me"}).description(),
+              "Codesigning identity not found: Me");
+}
+
+} // namespace
+} // namespace halvo

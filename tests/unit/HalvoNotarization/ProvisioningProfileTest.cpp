@@ -1,0 +1,288 @@
+#include <HalvoNotarization/ProvisioningProfileReader.h>
+
+#include <Platform/Files.h>
+#include <Platform/PropertyList.h>
+#include <Support/CaseName.h>
+#include <Support/FakeProcessRunner.h>
+#include <Support/ScriptedTools.h>
+#include <Support/TestData.h>
+#include <Support/Thrown.h>
+
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using test::CaseName;
+using test::descriptionThrown;
+using test::readTestData;
+using test::ScriptedTools;
+
+const std::string appleList = "https://developer.apple.com/account/resources/profiles/list";
+const Date expiration = *parseISO8601("2030-01-31T10:20:30Z");
+
+PropertyListDictionary entitlements(const char* application) {
+    return {{"com.apple.application-identifier", application}};
+}
+
+ProvisioningProfile parsed(PropertyListDictionary profile) {
+    return ProvisioningProfile::parse(PropertyList(std::move(profile)).xml());
+}
+
+TEST(ProvisioningProfile, readsEveryField) {
+    EXPECT_EQ(parsed({{"Name", "Demo"},
+                      {"UUID", "0f2c"},
+                      {"TeamIdentifier", PropertyListArray{"TEAM1", "TEAM2"}},
+                      {"ProvisionedDevices", PropertyListArray{"a", "b"}},
+                      {"DeveloperCertificates",
+                       PropertyListArray{readTestData("HalvoNotarization/developer-id.der"),
+                                         copyBytes("damaged"), readTestData("HalvoNotarization/nameless.der"),
+                                         readTestData("HalvoNotarization/mac-development.der"), "text"}},
+                      {"ExpirationDate", expiration},
+                      {"Entitlements", entitlements("TEAM1.com.example.Demo")},
+                      {"IsXcodeManaged", true}}),
+              (ProvisioningProfile{.type = ProfileType::development,
+                                   .name = "Demo",
+                                   .teamIdentifier = "TEAM1",
+                                   .provisionedDeviceCount = 2,
+                                   .uuid = "0f2c",
+                                   .certificateNames = {"Developer ID Application: Jane Doe (ABCDE12345)",
+                                                        "Mac Developer: Zo\u00e9 M\u00fcller (FGHIJ67890)"},
+                                   .expirationDate = expiration,
+                                   .bundleIdentifier = "com.example.Demo",
+                                   .isXcodeManaged = true}));
+}
+
+TEST(ProvisioningProfile, doesWithoutAnyField) {
+    EXPECT_EQ(parsed({}), ProvisioningProfile{.type = ProfileType::appStore});
+    EXPECT_EQ(
+        parsed(
+            {{"Name", 7}, {"TeamIdentifier", "TEAM1"}, {"ProvisionedDevices", true}, {"Entitlements", "x"}}),
+        ProvisioningProfile{.type = ProfileType::appStore})
+        << "a value of another type counts as none";
+}
+
+struct IdentifierCase {
+    std::string_view name;
+    const char* entitlement;
+    std::optional<std::string> identifier;
+};
+
+class BundleIdentifier : public testing::TestWithParam<IdentifierCase> {};
+
+TEST_P(BundleIdentifier, standsBehindTheTeam) {
+    EXPECT_EQ(parsed({{"Entitlements", entitlements(GetParam().entitlement)}}).bundleIdentifier,
+              GetParam().identifier);
+}
+
+INSTANTIATE_TEST_SUITE_P(ProvisioningProfile, BundleIdentifier,
+                         testing::Values(IdentifierCase{"plain", "TEAM.com.example.App", "com.example.App"},
+                                         IdentifierCase{"wildcard", "TEAM.*", std::nullopt},
+                                         IdentifierCase{"wildcardAtTheEnd", "TEAM.com.example.*",
+                                                        std::nullopt},
+                                         IdentifierCase{"noDot", "TEAM", std::nullopt},
+                                         IdentifierCase{"nothingBehindTheDot", "TEAM.", std::nullopt}),
+                         CaseName());
+
+struct ClassificationCase {
+    std::string_view name;
+    std::int64_t devices;
+    bool allDevices;
+    std::vector<std::string> certificates;
+    ProfileType type;
+};
+
+class Classification : public testing::TestWithParam<ClassificationCase> {};
+
+TEST_P(Classification, followsDevicesAndCertificates) {
+    EXPECT_EQ(
+        ProvisioningProfile::classify(GetParam().devices, GetParam().allDevices, GetParam().certificates),
+        GetParam().type);
+}
+
+const std::string developerID = "Developer ID Application: Jane";
+
+INSTANTIATE_TEST_SUITE_P(
+    ProvisioningProfile, Classification,
+    testing::Values(
+        ClassificationCase{"devicesWithDeveloperID", 1, false, {developerID}, ProfileType::development},
+        ClassificationCase{"developerID", 0, false, {developerID}, ProfileType::developerID},
+        ClassificationCase{"developerIDForAllDevices", 0, true, {developerID}, ProfileType::developerID},
+        ClassificationCase{
+            "developerIDAmongOthers", 0, false, {"Mac", developerID}, ProfileType::developerID},
+        ClassificationCase{"devices", 3, true, {"Mac Developer: Jane"}, ProfileType::development},
+        ClassificationCase{"enterprise", 0, true, {"Mac: Jane"}, ProfileType::enterprise},
+        ClassificationCase{"appStore", 0, false, {"x Developer ID Application"}, ProfileType::appStore}),
+    CaseName());
+
+struct UseCase {
+    std::string_view name;
+    ProvisioningProfile profile;
+    std::string failure; ///< empty: usable
+};
+
+class DeveloperIDExport : public testing::TestWithParam<UseCase> {};
+
+TEST_P(DeveloperIDExport, refusesWhatCannotBeShipped) {
+    const auto use = [] { GetParam().profile.assertUsableForDeveloperIDExport(expiration); };
+    if (GetParam().failure.empty())
+        EXPECT_NO_THROW(use());
+    else
+        EXPECT_EQ(descriptionThrown<ProvisioningProfileError>(use), GetParam().failure);
+}
+
+const auto wrongType = [](const char* type) {
+    return "\"Demo\" is a " + std::string(type) +
+           " profile, but `halvo release` signs for Developer ID distribution. Create a Developer ID "
+           "Application "
+           "profile at " +
+           appleList + " and pass that file with --provisioning-profile.";
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    ProvisioningProfile, DeveloperIDExport,
+    testing::Values(
+        UseCase{"usable",
+                {.type = ProfileType::developerID, .expirationDate = expiration + std::chrono::seconds(1)},
+                ""},
+        UseCase{"withoutAnEnd", {.type = ProfileType::developerID}, ""},
+        UseCase{"expiresNow",
+                {.type = ProfileType::developerID, .name = "Demo", .expirationDate = expiration},
+                "\"Demo\" expired 2030-01-31. Regenerate it at " + appleList + " and pass the new file."},
+        UseCase{"managedByXcodeBeforeExpired",
+                {.type = ProfileType::developerID,
+                 .name = "Demo",
+                 .expirationDate = expiration,
+                 .isXcodeManaged = true},
+                "\"Demo\" is managed by Xcode, and manual signing can't use it. Create your own Developer ID "
+                "Application profile at " +
+                    appleList + " and pass that file with --provisioning-profile."},
+        UseCase{"developmentBeforeManaged",
+                {.type = ProfileType::development, .name = "Demo", .isXcodeManaged = true},
+                wrongType("Development")},
+        UseCase{"appStore", {.type = ProfileType::appStore, .name = "Demo"}, wrongType("App Store")},
+        UseCase{"enterprise",
+                {.type = ProfileType::enterprise, .name = "Demo"},
+                wrongType("Enterprise (In-House)")},
+        UseCase{"unknown", {.name = "Demo"}, wrongType("unrecognized")}),
+    CaseName());
+
+TEST(ProvisioningProfile, refusesWhatIsNoDictionary) {
+    for (const std::string text : {"", "garbage", "<plist><array/></plist>", "bplist00", "{\"a\": 1}"})
+        EXPECT_EQ(
+            descriptionThrown<ProvisioningProfileError>([&] { ProvisioningProfile::parse(viewBytes(text)); }),
+            "Embedded provisioning profile is not a valid plist")
+            << text;
+}
+
+class ProvisioningProfileReaderTest : public testing::Test {
+protected:
+    ScriptedTools tools;
+    ProvisioningProfileReader reader{tools.runner()};
+
+    void answer(const PropertyListDictionary& profile) {
+        const Bytes plist = PropertyList(profile).xml();
+        tools.write("plist", viewText(plist));
+        tools.script("security cms", {R"([{"file": "{here}/plist"}])"});
+    }
+    std::filesystem::path appWithProfile() {
+        return tools.write("Demo.app/Contents/embedded.provisionprofile", "signed")
+            .parent_path()
+            .parent_path();
+    }
+};
+
+TEST_F(ProvisioningProfileReaderTest, letsSecurityOpenTheEnvelope) {
+    answer({{"Name", "Demo"}});
+    EXPECT_EQ(reader.readFile("/My Profile").name, "Demo");
+    EXPECT_EQ(tools.argumentsOf("security cms"),
+              std::vector<Arguments>{(Arguments{"cms", "-D", "-i", "/My Profile"})});
+}
+
+struct ReadFailureCase {
+    std::string_view name;
+    std::string steps;
+    const char* failure;
+};
+
+class ReadFailure : public ProvisioningProfileReaderTest,
+                    public testing::WithParamInterface<ReadFailureCase> {};
+
+TEST_P(ReadFailure, isNamed) {
+    tools.script("security cms", {GetParam().steps});
+    EXPECT_EQ(descriptionThrown<ProvisioningProfileError>([&] { reader.readFile("/p"); }),
+              GetParam().failure);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ProvisioningProfile, ReadFailure,
+    testing::Values(
+        ReadFailureCase{"exitCode", R"([{"err": "security: failed to decode message\n"}, {"exit": 1}])",
+                        "Could not read embedded provisioning profile: security: failed to decode message"},
+        ReadFailureCase{"silent", R"([{"exit": 1}])",
+                        "Could not read embedded provisioning profile: security cms failed"},
+        ReadFailureCase{"signal", R"([{"out": "<plist/>"}, {"signal": 11}])",
+                        "Could not read embedded provisioning profile: security cms failed"},
+        ReadFailureCase{"empty", "[]", "Could not read embedded provisioning profile: security cms failed"},
+        ReadFailureCase{
+            "huge", "[{\"out\": \"" + std::string(65537, ' ') + "\"}]",
+            "Could not read embedded provisioning profile: Child process output exceeded the limit."},
+        ReadFailureCase{"binary", R"([{"out": "\udcff\udc80\u0000"}])",
+                        "Embedded provisioning profile is not a valid plist"}),
+    CaseName());
+
+TEST_F(ProvisioningProfileReaderTest, passesAnAppThatEveryMachineCanLaunch) {
+    const auto bare = tools.write("Bare.app/Contents/Info.plist", "").parent_path().parent_path();
+    EXPECT_EQ(reader.readEmbedded(bare), std::nullopt);
+    EXPECT_NO_THROW(reader.assertDistributable(bare));
+    EXPECT_TRUE(tools.calls().empty());
+    answer({{"ProvisionsAllDevices", true}});
+    EXPECT_NO_THROW(reader.assertDistributable(appWithProfile()));
+}
+
+TEST_F(ProvisioningProfileReaderTest, refusesAnAppForRegisteredMachines) {
+    const auto refusal = [](const char* devices) {
+        return "This app embeds a Development provisioning profile (\"Demo\") that only allows " +
+               std::string(devices) +
+               " to launch it. Shipping it would make the app unlaunchable for everyone else. Re-archive in "
+               "Xcode "
+               "with a Developer ID distribution profile (set Signing to \"Developer ID Application\" or use "
+               "Distribute App > Developer ID), or pass the .xcodeproj / .xcarchive directly to `halvo "
+               "release` so "
+               "xcodebuild handles export.";
+    };
+    const auto app = appWithProfile();
+    answer({{"Name", "Demo"}, {"ProvisionedDevices", PropertyListArray{"a"}}});
+    EXPECT_EQ(descriptionThrown<ProvisioningProfileError>([&] { reader.assertDistributable(app); }),
+              refusal("1 registered device"));
+    answer({{"Name", "Demo"}, {"ProvisionedDevices", PropertyListArray{"a", "b"}}});
+    EXPECT_EQ(descriptionThrown<ProvisioningProfileError>([&] { reader.assertDistributable(app); }),
+              refusal("2 registered devices"));
+}
+
+TEST(ProvisioningProfileReader, namesAMissingTool) {
+    test::FakeProcessRunner runner;
+    EXPECT_EQ(descriptionThrown<ProvisioningProfileError>(
+                  [&] { ProvisioningProfileReader(runner).readFile("/p"); }),
+              "Could not read embedded provisioning profile: Executable is not found or cannot be executed.");
+}
+
+TEST(ProvisioningProfileReader, installsWhereXcodeLooks) {
+    const test::TemporaryFolder folder;
+    const auto profile = folder.write("demo.provisionprofile", "signed");
+    const std::filesystem::path library = folder / "Library";
+    const auto first = library / "MobileDevice/Provisioning Profiles/0f2c.provisionprofile";
+    const auto second = library / "Developer/Xcode/UserData/Provisioning Profiles/0f2c.provisionprofile";
+    ProvisioningProfileReader::install(profile, "0f2c", library);
+    folder.write("demo.provisionprofile", "signed again");
+    ProvisioningProfileReader::install(profile, "0f2c", library);
+    EXPECT_EQ(test::readText(first), "signed again");
+    EXPECT_EQ(test::readText(second), "signed again");
+    EXPECT_THROW(ProvisioningProfileReader::install(folder / "missing", "0f2c", library), FileError);
+    EXPECT_EQ(descriptionThrown<ProvisioningProfileError>(
+                  [&] { ProvisioningProfileReader::install(profile, "../../escaped", library); }),
+              "Could not read embedded provisioning profile: its UUID cannot be a file name");
+}
+
+} // namespace
+} // namespace halvo
