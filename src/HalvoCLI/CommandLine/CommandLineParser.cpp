@@ -132,8 +132,6 @@ std::vector<std::string> normalised(std::span<const std::string> arguments) {
 
 ParsedCommandLine parse(const Node& root, std::string_view version,
                         const std::vector<std::string>& arguments) {
-    if (!arguments.empty() && arguments.front() == "--version")
-        return {Print{std::string(version) + "\n"}};
     try {
         root.app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
@@ -160,9 +158,11 @@ ParsedCommandLine parse(const Node& root, std::string_view version,
 
 ParsedCommandLine parseCommandLine(Command& root, std::string_view version,
                                    std::span<const std::string> arguments) {
+    if (!arguments.empty() && arguments.front() == "--version")
+        return {Print{std::string(version) + "\n"}};
     CLI::App app;
     const auto tree = makeNode(root, {std::string(root.name())}, app);
-    return parse(*tree, version, normalised(arguments));
+    return parse(*tree, normalised(arguments));
 }
 
 } // namespace halvo
