@@ -4,6 +4,7 @@
 
 #include <Base/Text.h>
 
+#include <algorithm>
 #include <map>
 
 #include <CLI/CLI.hpp>
@@ -21,6 +22,11 @@ struct RefusedValue {
     std::string value;
 };
 
+/// An option whose value is another option's name: its own was forgotten.
+struct MissingValue {
+    const ArgumentDeclaration* argument;
+};
+
 /// A command of ours with what the parser library knows of it.
 struct Node {
     Command* command = nullptr;
@@ -36,7 +42,15 @@ void assign(const ArgumentDeclaration& argument, const std::string& value) {
         throw RefusedValue{&argument, value};
 }
 
-CLI::Option* addArgument(CLI::App& app, const ArgumentDeclaration& argument) {
+bool isSpelling(const CommandArguments& arguments, const std::string& text) {
+    return !text.empty() &&
+           std::any_of(arguments.all().begin(), arguments.all().end(), [&](const ArgumentDeclaration& other) {
+               return other.kind != ArgumentDeclaration::Kind::positional &&
+                      (other.inversion == text || std::ranges::find(other.names, text) != other.names.end());
+           });
+}
+
+CLI::Option* addArgument(CLI::App& app, const CommandArguments& all, const ArgumentDeclaration& argument) {
     if (argument.kind == ArgumentDeclaration::Kind::flag) {
         std::string names = joined(argument.names, ",");
         if (!argument.inversion.empty())
@@ -44,11 +58,17 @@ CLI::Option* addArgument(CLI::App& app, const ArgumentDeclaration& argument) {
         return app
             .add_flag_function(
                 names, [&argument](std::int64_t count) { assign(argument, count > 0 ? "true" : "false"); })
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+            ->disable_flag_override(); // "--yes=false" would count as given
     }
     return app
         .add_option_function<std::string>(joined(argument.names, ","),
-                                          [&argument](const std::string& value) { assign(argument, value); })
+                                          [&all, &argument](const std::string& value) {
+                                              if (argument.kind == ArgumentDeclaration::Kind::option &&
+                                                  isSpelling(all, value))
+                                                  throw MissingValue{&argument};
+                                              assign(argument, value);
+                                          })
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
@@ -58,9 +78,10 @@ std::unique_ptr<Node> makeNode(Command& command, std::vector<std::string> path, 
     node->path = std::move(path);
     node->app = &app;
     app.set_help_flag("-h,--help", "Show help information.");
+    app.require_subcommand(0, 1); // a value that is some command's name stays a value
     command.declare(node->arguments);
     for (const ArgumentDeclaration& argument : node->arguments.all())
-        node->options.emplace(&argument, addArgument(app, argument));
+        node->options.emplace(&argument, addArgument(app, node->arguments, argument));
     for (const auto& child : command.subcommands()) {
         std::vector<std::string> childPath = node->path;
         childPath.emplace_back(child->name());
@@ -94,14 +115,23 @@ std::string describeRefusal(const RefusedValue& refused) {
     return text;
 }
 
-/// The argument that the library speaks of when a value is missing: it names one spelling in front of a
-/// colon.
-std::string describeMissingValue(const Node& node, const std::string& libraryText) {
-    const std::string name = libraryText.substr(0, libraryText.find(':'));
-    for (const ArgumentDeclaration& argument : node.arguments.all())
-        for (const std::string& spelling : argument.names)
-            if (spelling == name)
-                return "Missing value for '" + argument.spelling() + "'";
+std::string describeMissingValue(const ArgumentDeclaration& argument) {
+    return "Missing value for '" + argument.spelling() + "'";
+}
+
+/// What the library found wrong with one argument: a value is missing, or a flag has one. It names a
+/// spelling, a flag's without its dashes, in front of a colon or a blank.
+std::string describeLibraryFault(const Node& node, const std::string& libraryText) {
+    const std::string name = libraryText.substr(0, libraryText.find_first_of(": "));
+    for (const ArgumentDeclaration& argument : node.arguments.all()) {
+        if (argument.kind == ArgumentDeclaration::Kind::flag) {
+            for (const std::string& spelling : {argument.names.back(), argument.inversion})
+                if (spelling == "--" + name)
+                    return "The flag '" + spelling + "' takes no value";
+        } else if (std::ranges::find(argument.names, name) != argument.names.end()) {
+            return describeMissingValue(argument);
+        }
+    }
     return libraryText;
 }
 
@@ -120,9 +150,16 @@ std::optional<UsageFault> missingArgument(const Node& node) {
     return std::nullopt;
 }
 
-/// `help config show` asks for what `config show --help` does.
+/// `help config show` asks for what `config show --help` does, and `--channel=` gives an empty value, for
+/// which the library would take the next argument.
 std::vector<std::string> normalised(std::span<const std::string> arguments) {
-    std::vector<std::string> result(arguments.begin(), arguments.end());
+    std::vector<std::string> result;
+    for (const std::string& argument : arguments) {
+        const bool isEmptyValue = argument.starts_with("--") && argument.find('=') + 1 == argument.size();
+        result.push_back(isEmptyValue ? argument.substr(0, argument.size() - 1) : argument);
+        if (isEmptyValue)
+            result.emplace_back();
+    }
     if (!result.empty() && result.front() == "help") {
         result.erase(result.begin());
         result.emplace_back("--help");
@@ -138,13 +175,15 @@ ParsedCommandLine parse(const Node& root, std::string_view version,
         return {Print{help(selected(root))}};
     } catch (const RefusedValue& refused) {
         return {fault(selected(root), describeRefusal(refused))};
+    } catch (const MissingValue& missing) {
+        return {fault(selected(root), describeMissingValue(*missing.argument))};
     } catch (const CLI::ExtrasError&) {
         const Node& node = selected(root);
         const auto remaining = root.app->remaining(true);
         return {fault(node, describeUnexpected(node, remaining.empty() ? "" : remaining.front()))};
     } catch (const CLI::ParseError& error) {
         const Node& node = selected(root);
-        return {fault(node, describeMissingValue(node, error.what()))};
+        return {fault(node, describeLibraryFault(node, error.what()))};
     }
     const Node& node = selected(root);
     if (!node.children.empty())
