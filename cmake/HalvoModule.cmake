@@ -42,7 +42,7 @@ function(halvo_unit_tests module)
   if(loaded)
     add_dependencies(${name} ${loaded})
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${module}." DISCOVERY_TIMEOUT 60
+  gtest_discover_tests(${name} TEST_PREFIX "${module}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 300 LABELS unit)
 endfunction()
 

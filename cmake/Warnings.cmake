@@ -1,7 +1,7 @@
 # Flags that every target of ours is built with.
 add_library(halvo_warnings INTERFACE)
 target_compile_options(halvo_warnings INTERFACE
-  -Wall -Wextra -Wpedantic $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local> -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Wold-style-cast
+  -Wall -Wextra -Wpedantic -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Wold-style-cast
   -Woverloaded-virtual -Wno-missing-field-initializers)
 
 add_library(halvo_sanitizers INTERFACE)

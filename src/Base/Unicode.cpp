@@ -48,6 +48,42 @@ bool isValidUTF8(std::string_view text) {
     return valid;
 }
 
+std::optional<std::u16string> encodeUTF16(std::string_view text) {
+    std::u16string units;
+    units.reserve(text.size());
+    bool valid = true;
+    forEachCharacter(text, [&](std::int32_t codepoint, std::string_view) {
+        if (codepoint < 0) {
+            valid = false;
+        } else if (codepoint < 0x10000) {
+            units += static_cast<char16_t>(codepoint);
+        } else {
+            units += static_cast<char16_t>(0xD800 + ((codepoint - 0x10000) >> 10));
+            units += static_cast<char16_t>(0xDC00 + ((codepoint - 0x10000) & 0x3FF));
+        }
+    });
+    return valid ? std::optional(std::move(units)) : std::nullopt;
+}
+
+std::optional<std::string> decodeUTF16(std::u16string_view codeUnits) {
+    std::string text;
+    text.reserve(codeUnits.size());
+    for (std::size_t index = 0; index < codeUnits.size(); ++index) {
+        std::int32_t codepoint = codeUnits[index];
+        if (codepoint >= 0xD800 && codepoint < 0xE000) {
+            const bool paired = codepoint < 0xDC00 && index + 1 < codeUnits.size() &&
+                                codeUnits[index + 1] >= 0xDC00 && codeUnits[index + 1] < 0xE000;
+            if (!paired)
+                return std::nullopt;
+            codepoint = 0x10000 + ((codepoint - 0xD800) << 10) + (codeUnits[++index] - 0xDC00);
+        }
+        utf8proc_uint8_t bytes[4];
+        const auto length = utf8proc_encode_char(codepoint, bytes);
+        text.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
+    }
+    return text;
+}
+
 std::string composed(std::string_view text) { return mapped(text, UTF8PROC_COMPOSE); }
 std::string decomposed(std::string_view text) { return mapped(text, UTF8PROC_DECOMPOSE); }
 

@@ -1,25 +1,21 @@
 #include <Models/App.h>
 
+#include <Models/ArtifactName.h>
 #include <Models/JSONFields.h>
+#include <Models/ServiceAddresses.h>
 
 namespace halvo {
-namespace {
-
-/// Serves the downloads of an app whose appcast address names no host.
-constexpr const char* serviceHost = "api.halvo.example";
-
-} // namespace
 
 std::optional<URL> LocalApp::downloadURL() const {
     const std::vector<Release> sorted = sortedByBundleVersion(releases);
     if (sorted.empty() || !sorted.front().downloadURL)
         return std::nullopt;
-    return storage.downloadURL(name + "." + sorted.front().downloadURL->pathExtension());
+    return storage.downloadURL(artifactName(name) + "." + sorted.front().downloadURL->pathExtension());
 }
 
 URL ServerApp::downloadURL() const {
     const std::string host = appcastURL.host();
-    const auto root = URL::parse("https://" + (host.empty() ? serviceHost : host));
+    const auto root = URL::parse("https://" + (host.empty() ? serviceAPIHost : host));
     return root.value().appendingPath("v1/apps/" + bundleIdentifier + "/download");
 }
 

@@ -48,44 +48,9 @@ std::uint64_t readSized(BinaryReader& reader, std::size_t size) {
     return value;
 }
 
-void appendUTF8(std::string& text, char32_t character) {
-    const auto byte = [&text](char32_t bits) { text += static_cast<char>(bits); };
-    if (character < 0x80) {
-        byte(character);
-    } else if (character < 0x800) {
-        byte(0xC0 | character >> 6);
-        byte(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        byte(0xE0 | character >> 12);
-        byte(0x80 | (character >> 6 & 0x3F));
-        byte(0x80 | (character & 0x3F));
-    } else {
-        byte(0xF0 | character >> 18);
-        byte(0x80 | (character >> 12 & 0x3F));
-        byte(0x80 | (character >> 6 & 0x3F));
-        byte(0x80 | (character & 0x3F));
-    }
-}
-
-std::string decodeUTF16(BinaryReader units) {
-    std::string text;
-    while (!units.atEnd()) {
-        const std::uint16_t unit = units.readUInt16();
-        if (unit < 0xD800 || unit > 0xDFFF) {
-            appendUTF8(text, unit);
-            continue;
-        }
-        const std::uint16_t low = unit < 0xDC00 && !units.atEnd() ? units.readUInt16() : std::uint16_t(0);
-        if (low < 0xDC00 || low > 0xDFFF)
-            refuse("a text holds half of a character");
-        appendUTF8(text, 0x10000u + ((unit - 0xD800u) << 10) + (low - 0xDC00u));
-    }
-    return text;
-}
-
 class Reader {
 public:
-    explicit Reader(ByteView bytes) : whole(bytes) {
+    Reader(ByteView bytes, std::size_t maxContentSize) : whole(bytes), budget(bytes.size(), maxContentSize) {
         if (!viewText(bytes).starts_with(signature))
             refuse("its version is not 00");
         if (bytes.size() < signature.size() + trailerSize)
@@ -185,7 +150,7 @@ private:
     std::string text(BinaryReader& reader, std::uint8_t marker) {
         if (marker >> 4 == utf16Type) {
             const ByteView units = payload(reader, marker & 0xF, 2);
-            return decodeUTF16(BinaryReader(units));
+            return BinaryReader(units).readUTF16String(units.size() / 2);
         }
         const ByteView bytes = payload(reader, marker & 0xF, 1);
         if (std::ranges::any_of(bytes, [](std::uint8_t byte) { return byte >= 0x80; }))
@@ -268,26 +233,6 @@ void writeMarker(BinaryWriter& writer, Marker type, std::size_t length) {
     }
 }
 
-/// UTF-16 of valid UTF-8.
-std::vector<std::uint16_t> encodeUTF16(std::string_view text) {
-    std::vector<std::uint16_t> units;
-    for (std::size_t index = 0; index < text.size();) {
-        const auto lead = static_cast<std::uint8_t>(text[index]);
-        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        std::uint32_t character = length == 1 ? lead : lead & (0x7Fu >> length);
-        for (std::size_t next = 1; next < length; ++next)
-            character = character << 6 | (static_cast<std::uint8_t>(text[index + next]) & 0x3Fu);
-        if (character >= 0x10000) {
-            character -= 0x10000;
-            units.push_back(static_cast<std::uint16_t>(0xD800 + (character >> 10)));
-            character = 0xDC00 + (character & 0x3FF);
-        }
-        units.push_back(static_cast<std::uint16_t>(character));
-        index += length;
-    }
-    return units;
-}
-
 /// Encodes a value that is no container.
 struct LeafWriter {
     BinaryWriter& writer;
@@ -325,12 +270,11 @@ struct LeafWriter {
             writer.writeText(value);
             return;
         }
-        if (!isValidUTF8(value))
+        const std::optional<std::u16string> units = encodeUTF16(value);
+        if (!units)
             throw PropertyListError("A text of the property list is not UTF-8.");
-        const std::vector<std::uint16_t> units = encodeUTF16(value);
-        writeMarker(writer, utf16Type, units.size());
-        for (const std::uint16_t unit : units)
-            writer.writeUInt16(unit);
+        writeMarker(writer, utf16Type, units->size());
+        writer.writeUTF16String(*units);
     }
     void operator()(const PropertyListArray&) const {}
     void operator()(const PropertyListDictionary&) const {}
@@ -418,11 +362,12 @@ private:
 
 } // namespace
 
-PropertyList parseBinaryPropertyList(ByteView bytes) {
+PropertyList parseBinaryPropertyList(ByteView bytes, std::size_t maxContentSize) {
     try {
-        return Reader(bytes).read();
-    } catch (const BinaryReadError&) {
-        refuse("an object is cut off");
+        return Reader(bytes, maxContentSize).read();
+    } catch (const BinaryReadError& error) {
+        const bool halfCharacter = error.kind == BinaryReadError::Kind::invalidUTF16String;
+        refuse(halfCharacter ? "a text holds half of a character" : "an object is cut off");
     }
 }
 

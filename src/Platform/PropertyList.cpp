@@ -21,15 +21,15 @@ bool looksLikeXML(std::string_view text) {
 
 } // namespace
 
-PropertyList PropertyList::parse(ByteView bytes) {
+PropertyList PropertyList::parse(ByteView bytes, std::size_t maxContentSize) {
     if (bytes.empty())
         throw PropertyListError("The property list is empty.");
     if (bytes.size() > maxInputSize)
         throw PropertyListError("The property list is larger than 64 MB.");
     if (viewText(bytes).starts_with("bplist"))
-        return parseBinaryPropertyList(bytes);
+        return parseBinaryPropertyList(bytes, maxContentSize);
     if (looksLikeXML(viewText(bytes)))
-        return parseXMLPropertyList(bytes);
+        return parseXMLPropertyList(bytes, maxContentSize);
     throw PropertyListError(
         "This is neither a binary nor an XML property list. Old text property lists and JSON "
         "are not read; on a Mac, `plutil -convert xml1` makes XML of them.");

@@ -84,12 +84,37 @@ bool isLeaf(std::string_view element) {
     return false;
 }
 
+#if LIBXML_VERSION >= 21200
+using ErrorPointer = const xmlError*;
+#else
+using ErrorPointer = xmlError*;
+#endif
+
+/// Takes the errors that the library raises outside of any reader (those of encodings), which it would
+/// otherwise print, for as long as it lives.
+class ErrorReporting {
+public:
+    ErrorReporting(void (*handler)(void*, ErrorPointer), void* context)
+        : oldHandler(xmlStructuredError), oldContext(xmlStructuredErrorContext) {
+        xmlSetStructuredErrorFunc(context, handler);
+    }
+    ErrorReporting(const ErrorReporting&) = delete;
+    ErrorReporting& operator=(const ErrorReporting&) = delete;
+    ~ErrorReporting() { xmlSetStructuredErrorFunc(oldContext, oldHandler); }
+
+private:
+    xmlStructuredErrorFunc oldHandler;
+    void* oldContext;
+};
+
 /// Walks the nodes one by one with a stack of its own, so that no input decides how deep we call.
 class Reader {
 public:
-    explicit Reader(ByteView bytes)
-        : reader(xmlReaderForMemory(viewText(bytes).data(), static_cast<int>(bytes.size()), nullptr, nullptr,
-                                    XML_PARSE_NONET)) {
+    Reader(ByteView bytes, std::size_t maxContentSize)
+        : reporting(&Reader::noteError, this),
+          reader(xmlReaderForMemory(viewText(bytes).data(), static_cast<int>(bytes.size()), nullptr, nullptr,
+                                    XML_PARSE_NONET)),
+          budget(bytes.size(), maxContentSize) {
         if (!reader)
             throw std::bad_alloc();
         xmlTextReaderSetStructuredErrorHandler(reader.get(), &Reader::noteError, this);
@@ -114,11 +139,6 @@ private:
         std::optional<std::string> key{}; ///< of the value that comes next in a dictionary
     };
 
-#if LIBXML_VERSION >= 21200
-    using ErrorPointer = const xmlError*;
-#else
-    using ErrorPointer = xmlError*;
-#endif
     static void noteError(void* context, ErrorPointer error) {
         auto& first = static_cast<Reader*>(context)->syntaxError;
         if (error->level > XML_ERR_WARNING && !first)
@@ -243,8 +263,9 @@ private:
         int line = 0;
     };
 
-    std::unique_ptr<xmlTextReader, ReaderDeleter> reader;
     std::optional<SyntaxError> syntaxError;
+    ErrorReporting reporting;
+    std::unique_ptr<xmlTextReader, ReaderDeleter> reader;
     PropertyListBudget budget;
     std::vector<Open> open;
     std::optional<PropertyList> root;
@@ -365,7 +386,9 @@ private:
 
 } // namespace
 
-PropertyList parseXMLPropertyList(ByteView bytes) { return Reader(bytes).read(); }
+PropertyList parseXMLPropertyList(ByteView bytes, std::size_t maxContentSize) {
+    return Reader(bytes, maxContentSize).read();
+}
 
 Bytes writeXMLPropertyList(const PropertyList& list) {
     Writer writer;

@@ -36,6 +36,42 @@ TEST(BinaryReader, staysWhereItWasWhenAReadDoesNotFit) {
     EXPECT_EQ(reader.readUInt16(), 0x0203);
 }
 
+TEST(BinaryReader, namesWhatIsWrongAndStays) {
+    const Bytes bytes{0xD8, 0x00, 0x00, 0x41};
+    BinaryReader reader(bytes);
+    const std::pair<std::function<void()>, std::string> refusals[] = {
+        {[&] { reader.readBytes(5); }, "Unexpected end of data"},
+        {[&] { reader.seek(5); }, "Invalid seek offset"},
+        {[&] { reader.skip(5); }, "Invalid skip length"},
+        {[&] { reader.readASCIIString(1); }, "Invalid ASCII string"},
+        {[&] { reader.readUTF16String(2); }, "Invalid UTF-16 string"},
+        {[&] { reader.readUTF16String(SIZE_MAX / 2 + 1); }, "Invalid UTF-16 string"}};
+    for (const auto& [read, sentence] : refusals) {
+        try {
+            read();
+            ADD_FAILURE() << sentence;
+        } catch (const BinaryReadError& error) {
+            EXPECT_EQ(error.description(), sentence);
+        }
+        EXPECT_EQ(reader.position(), 0u) << sentence;
+    }
+    reader.seek(4);
+    EXPECT_TRUE(reader.atEnd());
+    reader.seek(2);
+    EXPECT_EQ(reader.readUTF16String(1), "A");
+}
+
+TEST(BinaryWriter, writesTextsAndPadding) {
+    BinaryWriter writer;
+    writer.writeASCIIString("DSDB");
+    EXPECT_THROW(writer.writeASCIIString("\u00e9"), BinaryWriteError);
+    EXPECT_THROW(writer.writeUTF16String("\xff"), BinaryWriteError);
+    writer.writePadding(6);
+    writer.writePadding(2);
+    writer.writeUTF16String("\U0001F4BE");
+    EXPECT_EQ(toHex(writer.bytes()), "445344420000d83ddcbe");
+}
+
 TEST(BinaryReader, refusesBlocksThatLeaveTheInput) {
     const Bytes bytes{1, 2, 3, 4};
     const BinaryReader reader(bytes);

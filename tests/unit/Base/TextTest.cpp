@@ -54,5 +54,14 @@ TEST(Unicode, composesAndDecomposes) {
     EXPECT_EQ(displayWidth("\u65e5\u672c"), 4u);
 }
 
+TEST(Unicode, convertsToAndFromUTF16) {
+    for (const char* text : {"", "Caf\u00e9", "\ud7ff\ue000\uffff", "\U00010000\U0010ffff\U0001F4BE"})
+        EXPECT_EQ(decodeUTF16(encodeUTF16(text).value()), text);
+    EXPECT_EQ(encodeUTF16("\U0001F4BE"), u"\xd83d\xdcbe");
+    EXPECT_FALSE(encodeUTF16("a\xc3"));
+    for (const char16_t* units : {u"a\xd800", u"\xdc00\xd800", u"\xd800z", u"\xd800\xd800"})
+        EXPECT_FALSE(decodeUTF16(units));
+}
+
 } // namespace
 } // namespace halvo

@@ -19,7 +19,7 @@ class BundleInfoError : public Failure {
 public:
     /// CFBundleVersion is no integer.
     struct InvalidVersion {
-        std::string rawValue{};
+        std::string rawValue;
         bool operator==(const InvalidVersion&) const = default;
     };
     struct NoInfoDictionary {

@@ -18,7 +18,7 @@ public:
         bool operator==(const TooLong&) const = default;
     };
     struct Reserved {
-        std::string name{};
+        std::string name;
         bool operator==(const Reserved&) const = default;
     };
     struct InvalidFormat {

@@ -16,7 +16,7 @@ public:
     struct Missing {};
     /// The value is not what belongs there; `expected` reads like "a string".
     struct Mismatch {
-        std::string expected{};
+        std::string expected;
     };
     /// The object of a tagged record must have exactly one key, the name of its case.
     struct KeyCount {};

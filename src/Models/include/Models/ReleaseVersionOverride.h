@@ -16,14 +16,14 @@ struct BundleInfo;
 class ReleaseVersionOverrideError : public Failure {
 public:
     struct Mismatch {
-        std::string requested{};
-        std::string actual{};
+        std::string requested;
+        std::string actual;
         bool operator==(const Mismatch&) const = default;
     };
     /// The project did not take over the build settings; a value that it did take over is absent.
     struct Ignored {
-        std::optional<Mismatch> buildNumber{};
-        std::optional<Mismatch> marketingVersion{};
+        std::optional<Mismatch> buildNumber;
+        std::optional<Mismatch> marketingVersion;
         bool operator==(const Ignored&) const = default;
     };
     using Case = std::variant<Ignored>;

@@ -18,7 +18,8 @@ namespace halvo {
 /// One header field. Names are compared without regard to case.
 using HTTPHeader = std::pair<std::string, std::string>;
 
-/// Told how many bytes of a body went out, of how many.
+/// Told how many bytes of a body went out, of how many, each time that more did; the last call says all of it
+/// when the server accepted it. What it throws ends the exchange and comes out of `send`.
 using TransferProgress = std::function<void(std::uint64_t sent, std::uint64_t total)>;
 
 struct HTTPRequest {
@@ -60,7 +61,9 @@ public:
 };
 
 /// Sends requests over HTTP/1.1 or 2, TLS certificates always verified, proxies taken from the environment.
-/// Redirects are not followed: they come back as responses. Usable from several threads at once.
+/// Redirects are not followed: they come back as responses. So does the answer of a server that refuses a
+/// body before it has all of it. Connections are kept for later requests. Usable from several threads at
+/// once.
 class HTTPSession {
 public:
     virtual ~HTTPSession() = default;

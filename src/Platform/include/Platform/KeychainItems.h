@@ -1,12 +1,16 @@
 #pragma once
 
 #include <Base/Bytes.h>
+#include <Platform/Clock.h>
+#include <Platform/Environment.h>
+#include <Platform/WarningHandler.h>
 
 #include <cstdint>
-#include <map>
+#include <filesystem>
+#include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
-#include <variant>
 
 namespace halvo {
 
@@ -20,8 +24,12 @@ enum class KeychainStatus : std::int32_t {
     duplicateItem = -25299,
     itemNotFound = -25300,
     interactionNotAllowed = -25308, ///< locked, and nobody can be asked
+    decode = -26275,                ///< what is stored for an item cannot be understood
     ioError = -36,
 };
+
+/// The sentence for a status where an implementation knows no better one; empty for an unknown status.
+std::string keychainMessage(KeychainStatus status);
 
 /// Which of the two keychains of a user: the data protection keychain, where this program's items live, or
 /// the older file-based login keychain, where other tools and older versions left theirs.
@@ -32,7 +40,7 @@ struct KeychainQuery {
     std::string service{};
     std::string account{};
     KeychainDomain domain = KeychainDomain::dataProtection;
-    std::optional<std::string> protocol{}; ///< narrows a search: the item must have been stored with it
+    std::optional<std::string> protocol{}; ///< such as "ssh"; narrows a search to items stored with it
     bool operator==(const KeychainQuery&) const = default;
 };
 
@@ -51,7 +59,7 @@ struct KeychainItem {
 };
 
 /// Generic passwords of the user. Operations answer with a status and throw nothing; they may block while the
-/// desktop asks the user. Data never reaches a log.
+/// desktop asks the user. Data never reaches a log. Usable from several threads at once.
 class KeychainItems {
 public:
     virtual ~KeychainItems() = default;
@@ -67,5 +75,14 @@ public:
     /// The system's sentence for a status, empty when it has none.
     virtual std::string message(KeychainStatus status) const = 0;
 };
+
+/// The keychain of this system. On Linux: the Secret Service, where the session has one that answers;
+/// otherwise, or with `HALVO_KEYCHAIN=file`, the file `halvo/keychain.json` in the user's data folder. The
+/// choice is made, and its libraries are opened, with the first operation. Cancellation ends a wait for the
+/// user.
+std::unique_ptr<KeychainItems> makeSystemKeychainItems(const Environment& environment,
+                                                       const std::filesystem::path& homeDirectory,
+                                                       const Clock& clock, std::stop_token cancellation,
+                                                       WarningHandler warn);
 
 } // namespace halvo

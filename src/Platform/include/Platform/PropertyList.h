@@ -59,8 +59,9 @@ public:
 
     /// Reads either form; XML in any encoding that it declares, with or without a byte-order mark. Of keys
     /// that stand twice in a dictionary the last counts. Throws PropertyListError for damaged bytes, for
-    /// other formats (JSON, old text lists) and beyond the limits above.
-    static PropertyList parse(ByteView bytes);
+    /// other formats (JSON, old text lists), beyond the limits above, and when texts, data and references
+    /// take more than `maxContentSize` bytes.
+    static PropertyList parse(ByteView bytes, std::size_t maxContentSize = maxInputSize);
     /// The XML form as Apple's tools write it, keys in the order of their bytes. Dates lose their fractions
     /// of a second. Throws PropertyListError for a text that XML cannot hold and a year that is not of four
     /// digits.

@@ -1,0 +1,69 @@
+#include <DSStore/RecordType.h>
+
+#include <algorithm>
+#include <array>
+
+namespace halvo::dsstore {
+namespace {
+
+struct KnownType {
+    RecordType type;
+    std::string_view displayName;
+};
+
+constexpr std::array knownTypes{
+    KnownType{RecordType::background, "Background"},
+    KnownType{RecordType::iconViewOptionsFlag, "Icon View Options Flag"},
+    KnownType{RecordType::iconLocation, "Icon Location"},
+    KnownType{RecordType::listViewOptionsFlag, "List View Options Flag"},
+    KnownType{RecordType::browserWindowSettings, "Browser Window Settings"},
+    KnownType{RecordType::textClipping, "Text Clipping"},
+    KnownType{RecordType::spotlightComment, "Spotlight Comment"},
+    KnownType{RecordType::desktopIconLocation, "Desktop Icon Location"},
+    KnownType{RecordType::subdirectoryDisclosed, "Subdirectory Disclosed"},
+    KnownType{RecordType::extensionHidden, "Extension Hidden"},
+    KnownType{RecordType::finderWindowInfo, "Finder Window Info"},
+    KnownType{RecordType::finderWindowSidebarWidth, "Finder Window Sidebar Width"},
+    KnownType{RecordType::finderWindowVerticalHeight, "Finder Window Vertical Height"},
+    KnownType{RecordType::galleryViewProperties, "Gallery View Properties"},
+    KnownType{RecordType::group, "Group"},
+    KnownType{RecordType::iconViewGridOffset, "Icon View Grid Offset"},
+    KnownType{RecordType::iconViewScrollPosition, "Icon View Scroll Position"},
+    KnownType{RecordType::iconViewOptions, "Icon View Options"},
+    KnownType{RecordType::iconViewProperties, "Icon View Properties"},
+    KnownType{RecordType::iconViewTextSize, "Icon View Text Size"},
+    KnownType{RecordType::info, "Info"},
+    KnownType{RecordType::logicalSize, "Logical Size"},
+    KnownType{RecordType::logicalSizeLegacy, "Logical Size (Legacy)"},
+    KnownType{RecordType::listViewScrollPosition, "List View Scroll Position"},
+    KnownType{RecordType::listViewOptions, "List View Options"},
+    KnownType{RecordType::listViewColumns, "List View Columns"},
+    KnownType{RecordType::listViewProperties, "List View Properties"},
+    KnownType{RecordType::listViewPropertiesAlternate, "List View Properties (Alternate)"},
+    KnownType{RecordType::listViewTextSize, "List View Text Size"},
+    KnownType{RecordType::modificationDate, "Modification Date"},
+    KnownType{RecordType::modificationDateAlternate, "Modification Date (Alternate)"},
+    KnownType{RecordType::physicalSize, "Physical Size"},
+    KnownType{RecordType::physicalSizeLegacy, "Physical Size (Legacy)"},
+    KnownType{RecordType::backgroundPicture, "Background Picture"},
+    KnownType{RecordType::trashPutBackLocation, "Trash Put Back Location"},
+    KnownType{RecordType::trashPutBackName, "Trash Put Back Name"},
+    KnownType{RecordType::viewSortVersion, "View Sort Version"},
+    KnownType{RecordType::viewStyle, "View Style"},
+};
+
+const KnownType* find(RecordType type) {
+    const auto found = std::ranges::find(knownTypes, type, &KnownType::type);
+    return found == knownTypes.end() ? nullptr : &*found;
+}
+
+} // namespace
+
+bool RecordType::isCustom() const { return find(*this) == nullptr; }
+
+std::string RecordType::displayName() const {
+    const KnownType* known = find(*this);
+    return known ? std::string(known->displayName) : typeCode.stringValue();
+}
+
+} // namespace halvo::dsstore

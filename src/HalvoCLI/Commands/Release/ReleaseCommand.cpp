@@ -1,0 +1,107 @@
+#include "Commands/Commands.h"
+#include "Commands/Release/ReleaseFlow.h"
+
+#include "CommandLine/CIEnvironment.h"
+
+namespace halvo {
+namespace {
+
+constexpr const char* discussionText =
+    "Workflow:\n"
+    "1. Import - Accepts .app bundles, .dmg files, .zip archives, Xcode archives,\n"
+    "   or builds directly from Xcode projects/workspaces\n"
+    "2. Code Sign - Signs the app with your Developer ID certificate\n"
+    "3. Create DMG - Packages the app into a DMG with a custom background\n"
+    "4. Notarize - Submits to Apple for notarization and staples the ticket\n"
+    "5. Upload - Uploads and distributes the release via Halvo\n"
+    "\n"
+    "When no path is provided, auto-discovers .xcodeproj in the current directory.\n"
+    "\n"
+    "Release types:\n"
+    "- Standard releases are published immediately to all users\n"
+    "- Channel releases (--channel beta) are distributed to that channel's subscribers only\n"
+    "- Critical releases (--critical) prompt users to update immediately\n"
+    "- Phased rollout (--phased-rollout) gradually releases to users\n"
+    "- Draft releases (--draft) are uploaded but not published\n"
+    "\n"
+    "Examples:\n"
+    "  halvo release MyApp.app\n"
+    "  halvo release MyApp.dmg\n"
+    "  halvo release MyApp.xcodeproj --scheme MyApp\n"
+    "  halvo release MyApp.xcworkspace --scheme MyApp\n"
+    "  halvo release --scheme MyApp\n"
+    "  halvo release MyApp.xcarchive\n"
+    "  halvo release MyApp.app --release-notes \"Fixes a crash at launch\"\n"
+    "  halvo release MyApp.app --channel beta\n"
+    "  halvo release MyApp.app --output .\n"
+    "  halvo release MyApp.app --format json";
+
+/// What a failure is reported as, whatever the format.
+CLIError reportOf(const std::exception& error) {
+    if (const auto* own = dynamic_cast<const CLIError*>(&error))
+        return *own;
+    const std::string text = describe(error);
+    if (dynamic_cast<const KeychainError*>(&error) != nullptr)
+        return {"keychain_error", "Key error: " + text};
+    if (const auto* exporting = dynamic_cast<const ArchiveExportError*>(&error))
+        if (const auto* needed =
+                std::get_if<ArchiveExportError::ProvisioningProfileRequired>(&exporting->which))
+            return CLIError::provisioningProfileRequired(needed->text);
+    if (dynamic_cast<const CancelledError*>(&error) != nullptr)
+        return {"cancelled", "The release was cancelled."};
+    return {"release_failed", "Release failed: " + text};
+}
+
+CLIError withKeptFile(const CLIError& report, const std::filesystem::path& file) {
+    return {report.code, report.description() + "\nThe prepared file stays at " + file.string() +
+                             "; `halvo release " + file.string() + "` uploads it without building again."};
+}
+
+class ReleaseCommand final : public Command {
+public:
+    std::string_view name() const override { return "release"; }
+    std::string_view abstract() const override { return "Build, sign, notarize, and publish an app release"; }
+    std::string_view discussion() const override { return discussionText; }
+    void declare(CommandArguments& arguments) override { options.declare(arguments); }
+
+    void run(Services& services) override {
+        const bool interactive =
+            !options.nonInteractive && !CIEnvironment::isActive(services.platform.environment.all());
+        const OutputContext context = OutputContext::make(services, options.format, interactive);
+        if (options.beta)
+            services.streams.standardError->write(
+                "warning: --beta is deprecated; use --channel beta instead.\n");
+        std::optional<std::filesystem::path> kept;
+        try {
+            ReleaseFlow flow(options, services, context);
+            try {
+                flow.run();
+            } catch (...) {
+                kept = flow.keptFile();
+                throw;
+            }
+        } catch (const ExitCode&) {
+            throw ExitCode{ExitCode::failure};
+        } catch (const std::exception& error) {
+            report(error, kept, services, context);
+            throw ExitCode{ExitCode::failure};
+        }
+    }
+
+private:
+    static void report(const std::exception& error, const std::optional<std::filesystem::path>& kept,
+                       const Services& services, const OutputContext& context) {
+        const CLIError report = reportOf(error);
+        context.emit(kept ? withKeptFile(report, *kept) : report);
+        if (report.code == "missing_argument" && context.format() == OutputFormat::text)
+            services.streams.standardOutput->write("\n" + services.commandHelp);
+    }
+
+    ReleaseOptions options{};
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeReleaseCommand() { return std::make_unique<ReleaseCommand>(); }
+
+} // namespace halvo

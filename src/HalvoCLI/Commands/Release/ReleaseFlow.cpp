@@ -1,0 +1,229 @@
+#include "Commands/Release/ReleaseFlow.h"
+
+#include "Commands/Release/LocalOutput.h"
+#include "Commands/Release/ReleaseResults.h"
+
+#include <Base/Base64.h>
+#include <HalvoCore/AppcastReleaseUploader.h>
+#include <HalvoCore/S3AppcastStorage.h>
+#include <HalvoCore/TemporaryArtifact.h>
+#include <Models/ServiceAddresses.h>
+#include <Platform/Files.h>
+
+namespace halvo {
+namespace {
+
+CLIError notarizationNotConfigured(const std::string& bundle) {
+    return {"notarization_not_configured",
+            "Notarization is not configured. Pass --skip-notarization to release "
+            "without it, or configure with `halvo config set release keychain-profile "
+            "<name> -b " +
+                bundle + "`."};
+}
+
+Alert notNotarizedAlert(const std::string& bundle) {
+    return {
+        .message =
+            "This release will not be notarized. Users will see a Gatekeeper warning when opening the app.\n"
+            "To enable notarization, create a keychain profile with " +
+            TerminalText::command("xcrun notarytool store-credentials") + " and configure it with " +
+            TerminalText::command("halvo config set release keychain-profile <name> -b " + bundle) +
+            "\nLearn more: " + helpAddress::codesigning};
+}
+
+/// The icon that importing a ZIP archive or a disk image copied out of it.
+class ImportedIconGuard {
+public:
+    explicit ImportedIconGuard(const ImportedBundle& imported) {
+        if (!std::holds_alternative<ImportedBundle::App>(imported.value) &&
+            !std::holds_alternative<ImportedBundle::ArchivedApp>(imported.value))
+            icon = imported.bundleInfo().appIcon;
+    }
+    ImportedIconGuard(const ImportedIconGuard&) = delete;
+    ImportedIconGuard& operator=(const ImportedIconGuard&) = delete;
+    ~ImportedIconGuard() {
+        if (icon)
+            removeQuietly(icon->filePath());
+    }
+
+private:
+    std::optional<URL> icon{};
+};
+
+} // namespace
+
+ReleaseFlow::ReleaseFlow(const ReleaseOptions& options, Services& services, const OutputContext& context)
+    : options(options), services(services), platform(services.platform), context(context),
+      keyChain(platform.keychainItems), storage(platform.userDefaults),
+      localApps(storage, keyChain, S3AppcastStorage::factory(platform), platform.clock), tools(platform),
+      zipService(platform.temporaryDirectory, platform.cancellation), importer(zipService),
+      preparation(tools, zipService, platform.cancellation),
+      credentials(options, platform.environment, keyChain, context) {}
+
+void ReleaseFlow::run() {
+    channel = resolveChannel(options.channel, options.beta);
+    const ReleaseInput input = resolveReleaseInput(options.path, std::filesystem::current_path());
+    checkOptionsAgainstInput(options, input.kind);
+    const ImportedBundle imported = importInput(input);
+    const ImportedIconGuard iconGuard(imported);
+
+    const ReleasePlanner planner(options, credentials, storage, tools, context);
+    const std::string& bundle = imported.bundleInfo().identifier;
+    const ReleasePlan plan = planner.makePlan(bundle, input.kind != ReleaseInput::Kind::bundle);
+    displayReleaseSettings(plan, context);
+    if (!agreesToNotarization(imported, plan))
+        return;
+    const PrivateKey key = credentials.getSigningKey(bundle);
+    if (options.output)
+        buildLocally(imported, plan, key);
+    else
+        publish(imported, plan, key);
+}
+
+ImportedBundle ReleaseFlow::importInput(const ReleaseInput& input) {
+    if (input.kind == ReleaseInput::Kind::project) {
+        if (!options.scheme)
+            throw CLIError("missing_argument",
+                           "--scheme is required when releasing from an Xcode project or workspace");
+        using ImportError = BundleImportService::ImportError;
+        throw ImportError(ImportError::NotAvailable{"from an Xcode project"});
+    }
+    return context.noora().progressStep({.message = "Extract app metadata",
+                                         .successMessage = "App metadata extracted",
+                                         .errorMessage = "Failed to extract app metadata"},
+                                        [&](ProgressUpdater&) {
+                                            return input.kind == ReleaseInput::Kind::archive
+                                                       ? importer.importArchive(input.url)
+                                                       : importer.importBundle(input.url);
+                                        });
+}
+
+bool ReleaseFlow::agreesToNotarization(const ImportedBundle& imported, const ReleasePlan& plan) {
+    const auto assessment =
+        preparation.assessNotarization(imported, plan.packageFormat, plan.notarizationPolicy);
+    if (!requiresConfirmation(assessment))
+        return true;
+    const std::string& bundle = imported.bundleInfo().identifier;
+    if (context.format() == OutputFormat::json) {
+        if (!options.skipNotarization)
+            throw notarizationNotConfigured(bundle);
+        return true;
+    }
+    context.noora().warning({notNotarizedAlert(bundle)});
+    return context.confirm("Release without notarization?", options.skipNotarization);
+}
+
+PreparedBinary ReleaseFlow::prepare(const ImportedBundle& imported, const ReleasePlan& plan,
+                                    const PrivateKey& key, ProgressUpdater& line) {
+    const auto prepared = preparation.prepareBinary(
+        {.importedBundle = imported,
+         .privateKey = key,
+         .packageFormat = plan.packageFormat,
+         .notarizationPolicy = plan.notarizationPolicy,
+         .exportSigning = plan.exportSigning,
+         .onStepChange = [&line](ReleaseState::Step step) { line.update(text(step)); },
+         .onProgress = [&line](std::uint64_t done, std::uint64_t total) { line.progress(done, total); }});
+    return {.fileURL = prepared.fileURL,
+            .bundleInfo = imported.bundleInfo(),
+            .signature = encodeBase64(prepared.signature),
+            .shouldCleanup = prepared.shouldCleanup};
+}
+
+void ReleaseFlow::buildLocally(const ImportedBundle& imported, const ReleasePlan& plan,
+                               const PrivateKey& key) {
+    const BundleInfo& info = imported.bundleInfo();
+    context.info("Building " + TerminalText::accent(info.name) + "...");
+    const PreparedBinary prepared = context.noora().progressStep(
+        {.message = "Preparing " + info.name,
+         .successMessage = "Build artifact ready",
+         .errorMessage = "Failed to prepare binary"},
+        [&](ProgressUpdater& line) { return prepare(imported, plan, key, line); });
+    const std::filesystem::path directory =
+        std::filesystem::absolute(expandingTilde(*options.output, platform.homeDirectory)).lexically_normal();
+    const std::filesystem::path target =
+        deliverLocally(prepared.fileURL, prepared.shouldCleanup, info, directory);
+    ReleaseBuildResult result;
+    result.bundleIdentifier = info.identifier;
+    result.name = info.name;
+    result.version = info.version;
+    result.versionString = info.versionString;
+    result.format = pathExtension(target);
+    result.fileSize = static_cast<std::int64_t>(std::filesystem::file_size(target));
+    result.path = target.string();
+    context.noora().success("Artifact built successfully.");
+    context.emit(result);
+}
+
+ReleaseConfiguration ReleaseFlow::configuration() const {
+    return {.releaseNotes = options.releaseNotes.value_or(""),
+            .channel = channel,
+            .isPhasedRollout = options.phasedRollout,
+            .isCritical = options.critical,
+            .isPublished = !options.draft};
+}
+
+void ReleaseFlow::publish(const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key) {
+    const BundleInfo& info = imported.bundleInfo();
+    const ReleaseDestination destination =
+        resolveReleaseDestination(info.identifier, localApps, options.s3Destination, platform.environment);
+    if (const auto* named = std::get_if<ReleaseDestination::EphemeralS3>(&destination.value))
+        context.info("Releasing to S3 bucket " + TerminalText::primary(named->configuration.bucket) +
+                     " (from flags/env).");
+    if (const auto app = localAppOf(destination, info))
+        return publishToS3(*app, imported, plan, key);
+    throw CLIError(
+        "app_not_configured",
+        "App \"" + info.name + "\" (" + info.identifier +
+            ") is not set up on this machine, and this version of Halvo does not publish to the hosted "
+            "service yet. Pass the S3 destination directly (--s3-bucket, --s3-region, --s3-public-url, or "
+            "HALVO_S3_* environment variables).");
+}
+
+void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,
+                              const PrivateKey& key) {
+    const BundleInfo& info = imported.bundleInfo();
+    const S3Access access = credentials.resolveS3Credentials(info.identifier);
+    ProgressUpdater* uploadLine = nullptr;
+    S3AppcastStorage feed(app.storage.s3(), access.credentials, access.sessionToken, platform,
+                          [&uploadLine](std::uint64_t sent, std::uint64_t total) {
+                              if (uploadLine != nullptr)
+                                  uploadLine->progress(sent, total);
+                          });
+    AppcastReleaseUploader uploader({app}, feed, app.storage.publicBaseURL(), true, platform.clock);
+
+    context.noora().progressStep({.message = "Running preflight checks",
+                                  .successMessage = "Preflight checks passed",
+                                  .errorMessage = "Preflight checks failed"},
+                                 [&](ProgressUpdater&) { uploader.preflightCheck(info); });
+    const PreparedBinary prepared = context.noora().progressStep(
+        {.message = "Preparing " + info.name,
+         .successMessage = "Build artifact ready",
+         .errorMessage = "Failed to prepare binary"},
+        [&](ProgressUpdater& line) { return prepare(imported, plan, key, line); });
+    DefaultReleasePublisher publisher(uploader);
+    try {
+        const UploadResult result =
+            context.noora().progressStep({.message = "Uploading release to S3",
+                                          .successMessage = "Release uploaded to S3",
+                                          .errorMessage = "Failed to upload release"},
+                                         [&](ProgressUpdater& line) {
+                                             uploadLine = &line;
+                                             return publisher.publish(prepared, configuration(), {});
+                                         });
+        context.noora().success("New release of " + TerminalText::accent(info.name) +
+                                " has been successfully uploaded to S3.");
+        context.emit(
+            ReleaseUploadResult({info.name, info.identifier}, result.release, result.app.downloadURL()));
+    } catch (const CancelledError&) {
+        if (prepared.shouldCleanup)
+            removeTemporaryArtifact(prepared.fileURL);
+        throw;
+    } catch (...) {
+        if (prepared.shouldCleanup &&
+            std::holds_alternative<ReleaseState::UploadFailed>(publisher.state().value))
+            kept = prepared.fileURL.filePath();
+        throw;
+    }
+}
+
+} // namespace halvo

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Commands/Release/ReleaseCredentials.h"
+
+#include <HalvoCore/DistributionTools.h>
+#include <HalvoCore/StorageController.h>
+#include <Models/Notarization.h>
+#include <Models/PackageFormat.h>
+#include <Models/ReleaseSettings.h>
+
+#include <optional>
+
+namespace halvo {
+
+/// What one run of `release` does with the app, once flags have been laid over the stored settings. Nothing
+/// of it is written back.
+struct ReleasePlan {
+    std::optional<ReleaseSettings> settings{};
+    bool watermark = false;
+    std::optional<URL> background{};
+    std::optional<ArchiveExporter::Signing> exportSigning{};
+    PackageFormat packageFormat{};
+    NotarizationPolicy notarizationPolicy{};
+};
+
+/// Decides the plan of a run.
+class ReleasePlanner {
+public:
+    ReleasePlanner(const ReleaseOptions& options, const ReleaseCredentials& credentials,
+                   StorageControllerProtocol& storage, DistributionTools& tools, const OutputContext& context)
+        : options(options), credentials(credentials), storage(storage), tools(tools), context(context) {}
+
+    /// Throws CLIError `missing_argument`, CodesigningError, and what reading the settings throws.
+    ReleasePlan makePlan(const std::string& bundleIdentifier, bool fromArchive) const;
+
+private:
+    ReleasePlan resolveReleaseSettings(const std::string& bundleIdentifier) const;
+    CodesignIdentity resolveIdentity(const std::optional<ReleaseSettings>& stored) const;
+    std::optional<URL> resolveBackground(const std::optional<ReleaseSettings>& stored) const;
+    void requireNotarization(const std::optional<ReleaseSettings>& stored) const;
+    NotarizationPolicy resolvedNotarizationPolicy(const std::optional<ReleaseSettings>& settings) const;
+    std::optional<ArchiveExporter::Signing>
+    exportSigning(const std::optional<ReleaseSettings>& settings) const;
+    void noteIgnoredBackgroundFlag() const;
+
+    const ReleaseOptions& options;
+    const ReleaseCredentials& credentials;
+    StorageControllerProtocol& storage;
+    DistributionTools& tools;
+    const OutputContext& context;
+};
+
+/// "Skipped", "ASC API key (ID)" or the name of the keychain profile.
+std::string notarizationDescription(const NotarizationPolicy& policy);
+
+/// The table "Release Settings", in text format only.
+void displayReleaseSettings(const ReleasePlan& plan, const OutputContext& context);
+
+} // namespace halvo

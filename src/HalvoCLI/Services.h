@@ -1,0 +1,28 @@
+#pragma once
+
+#include <Platform/Platform.h>
+#include <Terminal/Terminal.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace halvo {
+
+/// What every command is given: the system, and the streams of the process. Made once in `main`.
+struct Services {
+    Platform& platform;
+    TerminalStreams streams{};
+    bool standardOutputIsTerminal = false;
+    std::vector<std::string> commandPath{}; ///< "halvo", "config", "show": the command that runs
+    std::string commandHelp{};              ///< its whole help
+
+    /// A terminal kit on the default theme over the process's own streams.
+    std::unique_ptr<Terminal> makeTerminal() const { return makeTerminal(streams); }
+    std::unique_ptr<Terminal> makeTerminal(const TerminalStreams& over) const {
+        return std::make_unique<Terminal>(
+            over, Theme(), [&clock = platform.clock] { return clock.steadyNow(); }, platform.cancellation);
+    }
+};
+
+} // namespace halvo

@@ -1,0 +1,82 @@
+#include <HalvoCore/AppcastReleaseUploader.h>
+
+#include <Appcast/AppcastEditor.h>
+#include <Models/ArtifactName.h>
+
+namespace halvo {
+namespace {
+
+std::string contentType(const std::string& fileExtension) {
+    return fileExtension == "dmg" ? "application/x-apple-diskimage" : "application/zip";
+}
+
+AppcastItem makeItem(const BundleInfo& info, const ReleaseConfiguration& configuration,
+                     const URL& downloadURL, std::int64_t fileSize, const std::string& signature, Date now) {
+    return {.title = info.versionDescription(),
+            .pubDate = now,
+            .releaseNotes = configuration.releaseNotes,
+            .enclosureURL = downloadURL,
+            .enclosureLength = fileSize,
+            .version = info.version,
+            .shortVersionString = info.versionString,
+            .minimumSystemVersion = info.minimumSystemVersion,
+            .edSignature = signature,
+            .channel = configuration.channel,
+            .isPhasedRollout = configuration.isPhasedRollout,
+            .isCritical = configuration.isCritical,
+            .isPublished = configuration.isPublished};
+}
+
+Release makeRelease(const AppcastItem& item) {
+    return {.id = UUID::random(),
+            .title = item.title,
+            .bundleVersion = item.version,
+            .bundleVersionString = item.shortVersionString,
+            .releaseNotes = item.releaseNotes,
+            .minimumSystemVersion = item.minimumSystemVersion,
+            .fileSize = item.enclosureLength,
+            .downloadURL = item.enclosureURL,
+            .channel = item.channel,
+            .isPhasedRollout = item.isPhasedRollout,
+            .isCritical = item.isCritical,
+            .isPublished = item.isPublished,
+            .createdAt = item.pubDate};
+}
+
+/// The releases whose newest one the latest copy is of.
+std::vector<Release> releasesOfDefaultChannel(const AppcastEditor& editor, const std::string& document) {
+    std::vector<Release> releases;
+    for (const AppcastItem& item : editor.parseItems(viewBytes(document)))
+        if (item.isPublished && !item.channel)
+            releases.push_back(makeRelease(item));
+    return releases;
+}
+
+} // namespace
+
+UploadResult AppcastReleaseUploader::upload(const std::filesystem::path& file, const BundleInfo& bundleInfo,
+                                            const std::string& signature,
+                                            const ReleaseConfiguration& configuration) {
+    const auto fileSize = static_cast<std::int64_t>(std::filesystem::file_size(file));
+    const std::string extension = pathExtension(file);
+    const std::string name = artifactName(bundleInfo.name);
+    const std::string filename = artifactName(bundleInfo.name + "-" + bundleInfo.versionString + "-" +
+                                              std::to_string(bundleInfo.version)) +
+                                 "." + extension;
+
+    const URL downloadURL = storage.uploadBinary(file, filename, contentType(extension));
+    if (!configuration.channel && configuration.isPublished)
+        storage.copyToLatest(filename, name + "." + extension);
+
+    const std::optional<Bytes> feed = storage.downloadAppcast();
+    const AppcastItem item =
+        makeItem(bundleInfo, configuration, downloadURL, fileSize, signature, clock.now());
+    const AppcastEditor editor(app.name(), publicBaseURL, shouldUseCacheBuster, clock);
+    const std::string document = editor.upsertItem(item, feed);
+    storage.uploadAppcast(viewBytes(document));
+    if (auto* local = std::get_if<LocalApp>(&app.value))
+        local->releases = releasesOfDefaultChannel(editor, document);
+    return {.downloadURL = downloadURL, .fileSize = fileSize, .release = makeRelease(item), .app = app};
+}
+
+} // namespace halvo

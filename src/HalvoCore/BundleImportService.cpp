@@ -1,0 +1,44 @@
+#include <HalvoCore/BundleImportService.h>
+
+#include <Base/Text.h>
+#include <Platform/Bundle.h>
+
+namespace halvo {
+
+std::string BundleImportService::ImportError::describe(const Case& which) {
+    struct Describer {
+        std::string operator()(const UnsupportedFormat& unsupported) const {
+            return "Unsupported format: " + unsupported.extension;
+        }
+        std::string operator()(const AppNotFoundInArchive& missing) const {
+            return "No app found in archive at " + missing.url.filePath().string();
+        }
+        std::string operator()(const InvalidBundle&) const { return "Invalid app bundle"; }
+        std::string operator()(const NotAvailable& missing) const {
+            return "Releasing " + missing.input +
+                   " is not available in this version of Halvo yet. Pass the .app bundle or a ZIP archive of "
+                   "it.";
+        }
+    };
+    return std::visit(Describer(), which);
+}
+
+ImportedBundle BundleImportService::importBundle(const URL& url) const {
+    const std::string extension = lowercased(url.pathExtension());
+    if (extension == "dmg")
+        throw ImportError(ImportError::NotAvailable{"a disk image"});
+    if (extension == "zip")
+        return {ImportedBundle::ZIP{zipService.extractBundleInfo(url), url}};
+    const auto bundle = Bundle::open(url.filePath());
+    if (!bundle && extension == "app")
+        throw ImportError(ImportError::InvalidBundle());
+    if (!bundle)
+        throw ImportError(ImportError::UnsupportedFormat{extension});
+    return {ImportedBundle::App{BundleInfo::from(*bundle)}};
+}
+
+ImportedBundle BundleImportService::importArchive(const URL&) const {
+    throw ImportError(ImportError::NotAvailable{"an Xcode archive"});
+}
+
+} // namespace halvo

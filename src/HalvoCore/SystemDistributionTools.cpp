@@ -1,0 +1,45 @@
+#include <HalvoCore/SystemDistributionTools.h>
+
+namespace halvo {
+
+SystemDistributionTools::SystemDistributionTools(Platform& platform)
+    : codesigner(platform.processes, platform.log, platform.cancellation),
+      profiles(platform.processes, platform.cancellation),
+      exporter(platform.processes, platform.temporaryDirectory, platform.cancellation),
+      notarizer(platform.processes, platform.temporaryDirectory, platform.cancellation) {}
+
+bool SystemDistributionTools::isSignedForDistribution(const URL& appURL) {
+    return codesigner.isSignedForDistribution(appURL.filePath());
+}
+
+void SystemDistributionTools::sign(const URL& appURL, const CodesignIdentity& identity) {
+    codesigner.sign(appURL.filePath(), identity.name);
+}
+
+std::vector<CodesignIdentity> SystemDistributionTools::availableIdentities() {
+    return codesigner.availableIdentities();
+}
+
+void SystemDistributionTools::assertDistributable(const URL& appURL) {
+    profiles.assertDistributable(appURL.filePath());
+}
+
+URL SystemDistributionTools::exportArchive(const URL& archiveURL, const std::string& teamID,
+                                           const std::optional<ArchiveExporter::Signing>& signing) {
+    return URL::file(
+        exporter.exportArchive(archiveURL.filePath(), teamID, signing.value_or(ArchiveExporter::Signing())));
+}
+
+URL SystemDistributionTools::createDMG(const URL&, const std::string&, const PackageFormat::DMG&) {
+    throw StepNotAvailableError("Building a disk image");
+}
+
+void SystemDistributionTools::notarize(const URL& fileURL, const NotarizationCredentials& credentials) {
+    notarizer.notarize(fileURL.filePath(), credentials);
+}
+
+bool SystemDistributionTools::isNotarized(const URL& fileURL) {
+    return notarizer.isNotarized(fileURL.filePath());
+}
+
+} // namespace halvo

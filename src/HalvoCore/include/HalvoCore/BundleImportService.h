@@ -1,0 +1,45 @@
+#pragma once
+
+#include <HalvoCore/ZipService.h>
+#include <Models/ImportedBundle.h>
+
+namespace halvo {
+
+/// Tells what the user handed over and reads the metadata of the app in it.
+class BundleImportService {
+public:
+    class ImportError : public Failure {
+    public:
+        struct UnsupportedFormat {
+            std::string extension{};
+        };
+        struct AppNotFoundInArchive {
+            URL url{};
+        };
+        struct InvalidBundle {};
+        /// A kind of input that this version does not read yet.
+        struct NotAvailable {
+            std::string input{};
+        };
+        using Case = std::variant<UnsupportedFormat, AppNotFoundInArchive, InvalidBundle, NotAvailable>;
+        explicit ImportError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
+        Case which;
+
+    private:
+        static std::string describe(const Case& which);
+    };
+
+    explicit BundleImportService(const ZipService& zipService) : zipService(zipService) {}
+
+    /// An app bundle, a ZIP archive, or any other folder that opens as a bundle. An icon that was copied out
+    /// of an archive is a temporary file of the caller's. Throws ImportError, ZipService::ZipError and
+    /// BundleInfoError.
+    ImportedBundle importBundle(const URL& url) const;
+    /// An Xcode archive.
+    ImportedBundle importArchive(const URL& url) const;
+
+private:
+    const ZipService& zipService;
+};
+
+} // namespace halvo

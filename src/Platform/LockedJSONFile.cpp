@@ -1,0 +1,135 @@
+#include "LockedJSONFile.h"
+
+#include <Platform/Files.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace halvo {
+namespace {
+
+using nlohmann::json;
+namespace fs = std::filesystem;
+
+/// Far deeper than any record of ours. Copying and writing a value recurse, so a file must not choose the
+/// depth.
+constexpr int maximumDepth = 100;
+
+/// An exclusive lock of the whole file, until the object goes or the process ends.
+class FileLock {
+public:
+    explicit FileLock(const fs::path& path)
+        : descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+        if (descriptor < 0)
+            throw FileError("lock", path, errno);
+        while (::flock(descriptor, LOCK_EX) != 0) {
+            if (errno == EINTR)
+                continue;
+            const int code = errno;
+            ::close(descriptor);
+            throw FileError("lock", path, code);
+        }
+    }
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    ~FileLock() { ::close(descriptor); }
+
+private:
+    int descriptor;
+};
+
+fs::path beside(const fs::path& file, const std::string& suffix) {
+    return file.parent_path() / (file.filename().string() + suffix);
+}
+
+void makeFolders(const fs::path& folder) {
+    if (folder.empty() || fs::is_directory(folder))
+        return;
+    makeFolders(folder.parent_path());
+    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
+        throw FileError("create", folder, errno);
+}
+
+/// Absent when the bytes are anything but one JSON object.
+std::optional<json> parseObject(ByteView bytes) {
+    bool tooDeep = false;
+    const auto limitDepth = [&](int depth, json::parse_event_t, json&) {
+        tooDeep = tooDeep || depth > maximumDepth;
+        return !tooDeep;
+    };
+    json parsed = json::parse(bytes.begin(), bytes.end(), limitDepth, false);
+    if (tooDeep || !parsed.is_object())
+        return std::nullopt;
+    return parsed;
+}
+
+/// Absent when the file is damaged; no file at all is an empty object.
+std::optional<json> readObject(const fs::path& file) {
+    try {
+        return parseObject(readFile(file));
+    } catch (const FileError& error) {
+        if (error.code == ENOENT)
+            return json::object();
+        throw;
+    }
+}
+
+} // namespace
+
+LockedJSONFile::LockedJSONFile(fs::path file, const Clock& clock, WarningHandler warn)
+    : file(std::move(file)), clock(clock), warn(std::move(warn)) {}
+
+json LockedJSONFile::read() const {
+    if (auto object = readObject(file))
+        return *std::move(object);
+    // Another process may have moved the damaged file aside and written a good one: look again under the
+    // lock.
+    const FileLock lock(beside(file, ".lock"));
+    return readLocked();
+}
+
+void LockedJSONFile::change(const Edit& edit) const {
+    makeFolders(file.parent_path());
+    const FileLock lock(beside(file, ".lock"));
+    json object = readLocked();
+    if (edit(object))
+        write(object);
+}
+
+json LockedJSONFile::readLocked() const {
+    if (auto object = readObject(file))
+        return *std::move(object);
+    const fs::path kept = moveAside();
+    warn(file.string() + " is damaged: it holds no JSON object. It was moved to " + kept.string() +
+         ", and a new file takes its place.");
+    return json::object();
+}
+
+fs::path LockedJSONFile::moveAside() const {
+    const std::string suffix = ".damaged-" + formatTimestamp(clock.now());
+    fs::path target = beside(file, suffix);
+    for (int number = 2; fs::exists(fs::symlink_status(target)); ++number)
+        target = beside(file, suffix + "-" + std::to_string(number));
+    if (::rename(file.c_str(), target.c_str()) != 0)
+        throw FileError("move aside", file, errno);
+    return target;
+}
+
+void LockedJSONFile::write(const json& object) const {
+    std::string text;
+    try {
+        text = object.dump(2) + "\n";
+    } catch (const json::exception&) {
+        // The library's own sentence would quote the value, which may be a secret.
+        throw Failure("A value that is not UTF-8 text cannot be stored in " + file.string() + ".");
+    }
+    writeFileAtomically(file, viewBytes(text), 0600);
+}
+
+} // namespace halvo

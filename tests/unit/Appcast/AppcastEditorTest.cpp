@@ -1,0 +1,243 @@
+#include "FeedTools.h"
+
+#include <Support/CaseName.h>
+#include <Support/TestData.h>
+
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using test::feedWith;
+using test::itemText;
+using test::makeEditor;
+using test::makeItem;
+using test::parsed;
+using test::upserted;
+using test::versions;
+
+class AppcastEditorTest : public testing::Test {
+    const test::ScopedVariable zone{"TZ", "Asia/Kolkata"};
+};
+
+TEST_F(AppcastEditorTest, makesANewFeed) {
+    AppcastItem item = makeItem();
+    item.releaseNotes = "# What is new\n\n> Faster & safer\n\n- ]]> in a list\n\n```swift\nlet a = 1\n```\n";
+    const std::string feed = makeEditor(true).upsertItem(item, std::nullopt);
+    test::expectGolden("Appcast/new.xml", feed);
+    test::expectReadByOthers(feed);
+
+    const auto items = parsed(feed);
+    ASSERT_EQ(items.size(), 1u);
+    item.releaseNotes = items[0].releaseNotes;
+    EXPECT_EQ(items[0], item); // the query that no cache knows is gone again
+}
+
+TEST_F(AppcastEditorTest, putsTheNewestInFront) {
+    AppcastItem item = makeItem();
+    std::string feed = makeEditor().upsertItem(item, std::nullopt);
+    item.version = 43;
+    item.shortVersionString = "1.3";
+    item.channel = "beta";
+    item.isCritical = item.isPhasedRollout = true;
+    feed = upserted(item, feed);
+    item.version = 44;
+    item.isPublished = false;
+    feed = upserted(item, feed);
+    test::expectGolden("Appcast/three-items.xml", feed);
+    EXPECT_EQ(versions(feed), (std::vector<std::int64_t>{44, 43, 42}));
+
+    item.version = 42; // an old number comes to the front, too
+    item.isPublished = true;
+    item.channel.reset();
+    EXPECT_EQ(versions(upserted(item, feed)), (std::vector<std::int64_t>{42, 44, 43}));
+}
+
+struct StateCase {
+    const char* name;
+    std::optional<std::string> channel;
+    bool isPublished;
+    const char* expected; ///< what stands between the minimum system version and the enclosure
+};
+
+class ReleaseState : public testing::TestWithParam<StateCase> {};
+
+TEST_P(ReleaseState, isWrittenAndReadBack) {
+    AppcastItem item = makeItem();
+    item.channel = GetParam().channel;
+    item.isPublished = GetParam().isPublished;
+    const std::string feed = upserted(item, "<rss><channel/></rss>");
+    const std::string start = "</sparkle:minimumSystemVersion>";
+    const std::size_t begin = feed.find(start) + start.size();
+    EXPECT_EQ(feed.substr(begin, feed.find("<enclosure") - begin), GetParam().expected);
+    EXPECT_EQ(parsed(feed).at(0).channel, item.channel);
+    EXPECT_EQ(parsed(feed).at(0).isPublished, item.isPublished);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Appcast, ReleaseState,
+    testing::Values(
+        StateCase{"publicDefault", std::nullopt, true, ""},
+        StateCase{"publicBeta", "beta", true, "<sparkle:channel>beta</sparkle:channel>"},
+        StateCase{"draftDefault", std::nullopt, false, "<sparkle:channel>unreleased</sparkle:channel>"},
+        StateCase{"draftBeta", "beta", false,
+                  "<sparkle:channel>unreleased</sparkle:channel><halvoChannel>beta</halvoChannel>"}),
+    test::CaseName());
+
+struct VersionCase {
+    const char* name;
+    const char* stored;
+    bool isReplaced; ///< by version 42
+};
+
+class StoredVersion : public testing::TestWithParam<VersionCase> {};
+
+TEST_P(StoredVersion, matchesAsAnInteger) {
+    const std::string feed = feedWith("    " + itemText(GetParam().stored, "old") + "\n");
+    const std::string result = upserted(makeItem(), feed);
+    EXPECT_EQ(result.find(">old<") == std::string::npos, GetParam().isReplaced) << result;
+    EXPECT_EQ(makeEditor().parseItems(viewBytes(result)).at(0).version, 42);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Appcast, StoredVersion,
+    testing::Values(VersionCase{"same", "42", true}, VersionCase{"plus", "+42", true},
+                    VersionCase{"zeros", "0042", true}, VersionCase{"inCDATA", "<![CDATA[42]]>", true},
+                    VersionCase{"inPieces", "4<!-- -->2", true}, VersionCase{"reference", "&#52;2", true},
+                    VersionCase{"fraction", "42.1", false}, VersionCase{"minus", "-42", false},
+                    VersionCase{"blank", " 42", false}, VersionCase{"empty", "", false},
+                    VersionCase{"overflow", "18446744073709551658", false},
+                    VersionCase{"hexadecimal", "0x2A", false}),
+    test::CaseName());
+
+TEST_F(AppcastEditorTest, replacesEveryItemOfTheVersion) {
+    const std::string feed = feedWith("    " + itemText("42", "1.0") + "\n    " + itemText("41") + "\n    " +
+                                      itemText("42", "2.0") + "\n");
+    EXPECT_EQ(versions(upserted(makeItem(), feed)), (std::vector<std::int64_t>{42, 41}));
+}
+
+TEST_F(AppcastEditorTest, deletesTheFirstWithBothNumbers) {
+    const auto remove = [](const std::string& feed, const char* shortVersionString) {
+        return makeEditor().deleteItem(42, shortVersionString, viewBytes(feed));
+    };
+    const std::string first = "    " + itemText("42", "1.0", "<author>first</author>") + "\n";
+    const std::string second = "    " + itemText("42", "1.0", "<author>second</author>") + "\n";
+    const std::string other = "    " + itemText("42", "2.0") + "\n";
+    EXPECT_EQ(remove(feedWith(other + first + second), "1.0"), feedWith(other + second));
+    EXPECT_EQ(remove(feedWith(other + first + second), "2.0"), feedWith(first + second));
+    EXPECT_EQ(remove(feedWith(other), "2.0"), feedWith(""));
+    try {
+        remove(feedWith(first), "1");
+        ADD_FAILURE() << "deleted";
+    } catch (const AppcastEditorError& error) {
+        EXPECT_EQ(std::get<AppcastEditorError::ItemNotFound>(error.which),
+                  (AppcastEditorError::ItemNotFound{42, "1"}));
+        EXPECT_EQ(error.description(), "Item not found: 1 (42)");
+    }
+}
+
+TEST_F(AppcastEditorTest, givesTheFeedBackWhenWhatItAddedGoesAgain) {
+    AppcastItem item = makeItem();
+    item.releaseNotes = "- a\n- b\n";
+    for (const std::string& feed :
+         {makeEditor().upsertItem({makeItem()}, std::nullopt), feedWith(""),
+          feedWith("\t" + itemText("7") + "\n"),
+          feedWith("\n    <!-- latest -->\n\n    " + itemText("7") + "\n\n\n" + itemText("8") + "\n"),
+          feedWith(itemText("7") + itemText("8")), feedWith("text "),
+          std::string(
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<rss xmlns:sparkle=\"http://www.andymatuschak."
+              "org/xml-namespaces/sparkle\"><channel>\n  </channel></rss>\n")}) {
+        item.version = 99;
+        const std::string longer = upserted(item, feed);
+        EXPECT_EQ(makeEditor().deleteItem(99, item.shortVersionString, viewBytes(longer)), feed);
+    }
+}
+
+TEST_F(AppcastEditorTest, readsWhatAnItemMayLeaveOut) {
+    const auto items =
+        parsed(feedWith(itemText("1") + itemText("2", "1.0",
+                                                 "<sparkle:minimumSystemVersion/><sparkle:channel/>"
+                                                 "<sparkle:criticalUpdate/>"
+                                                 "<description>a<![CDATA[<b>]]>&amp;</description>")));
+    ASSERT_EQ(items.size(), 2u);
+    for (const AppcastItem& item : items) {
+        EXPECT_EQ(item.minimumSystemVersion, "10.13");
+        EXPECT_EQ(item.channel, std::nullopt);
+        EXPECT_TRUE(item.isPublished);
+        EXPECT_FALSE(item.isPhasedRollout);
+    }
+    EXPECT_EQ(items[0].releaseNotes, "");
+    EXPECT_EQ(items[1].releaseNotes, "a<b>&");
+    EXPECT_TRUE(items[1].isCritical);
+}
+
+struct UnreadableCase {
+    const char* name;
+    const char* from; ///< a piece of a readable item
+    const char* to;
+};
+
+class UnreadableItem : public testing::TestWithParam<UnreadableCase> {};
+
+TEST_P(UnreadableItem, isLeftOutOfTheListAndStaysInTheFeed) {
+    std::string broken = itemText("41");
+    const std::string from = GetParam().from;
+    ASSERT_NE(broken.find(from), std::string::npos);
+    broken.replace(broken.find(from), from.size(), GetParam().to);
+    const std::string feed = feedWith(itemText("40") + broken);
+    EXPECT_EQ(versions(feed), (std::vector<std::int64_t>{40}));
+    EXPECT_NE(upserted(makeItem(), feed).find(broken), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Appcast, UnreadableItem,
+    testing::Values(UnreadableCase{"noTitle", "<title>T</title>", ""},
+                    UnreadableCase{"noDate", "<pubDate>Sun, 22 Nov 2026 09:30:00 +0000</pubDate>", ""},
+                    UnreadableCase{"dateInWords", "Sun, 22 Nov 2026 09:30:00 +0000", "yesterday"},
+                    UnreadableCase{"fractionalVersion", "<sparkle:version>41<", "<sparkle:version>4.1<"},
+                    UnreadableCase{"noShortVersion",
+                                   "<sparkle:shortVersionString>1.0</sparkle:shortVersionString>", ""},
+                    UnreadableCase{"noLength", " length=\"7\"", ""},
+                    UnreadableCase{"lengthInWords", "length=\"7\"", "length=\"7 KB\""},
+                    UnreadableCase{"noSignature", " sparkle:edSignature=\"c2ln\"", ""},
+                    UnreadableCase{"plainSignature", "sparkle:edSignature", "edSignature"},
+                    UnreadableCase{"relativeURL", "https://x.example/a.zip", "a.zip"},
+                    UnreadableCase{"noEnclosure",
+                                   "<enclosure url=\"https://x.example/a.zip\" length=\"7\" "
+                                   "sparkle:edSignature=\"c2ln\"/>",
+                                   ""}),
+    test::CaseName());
+
+TEST_F(AppcastEditorTest, cutsTheQueryOffAnEnclosureAddress) {
+    std::string feed = feedWith(itemText("1"));
+    feed.replace(feed.find("a.zip"), 5, "a.zip?token=1&amp;v=2?#3");
+    EXPECT_EQ(parsed(feed).at(0).enclosureURL.absoluteString(), "https://x.example/a.zip");
+}
+
+TEST_F(AppcastEditorTest, keepsAStoredDescriptionByteForByte) {
+    const std::string description = "<description xml:lang=\"en\"> <![CDATA[<p>a ]]]]><![CDATA[> b</p>\n]]> "
+                                    "&amp;#8364; <x:b>bold</x:b><!-- c --></description>";
+    std::string stored = itemText("42", "1.2.3", description);
+    stored.replace(0, 5, "<item xmlns:x=\"urn:x\">");
+    const std::string feed = feedWith(itemText("42", "1.0", "<description>other</description>") + stored);
+    const auto edited =
+        makeEditor().upsertItem(makeItem(), viewBytes(feed), AppcastEditor::Description::asStored);
+    std::string expected = description;
+    expected.replace(0, 12, "<description xmlns:x=\"urn:x\""); // the element that declared it is gone
+    EXPECT_NE(edited.find(expected), std::string::npos) << edited;
+    EXPECT_EQ(edited.find("other"), std::string::npos);
+    EXPECT_EQ(parsed(edited).at(0).title, "Demo 1.2.3");
+    test::expectReadByOthers(edited);
+
+    const auto count = [](const std::string& text) { return text.find("<description"); };
+    const std::string without = feedWith("    " + itemText("42") + "\n");
+    EXPECT_EQ(
+        count(makeEditor().upsertItem(makeItem(), viewBytes(without), AppcastEditor::Description::asStored)),
+        std::string::npos);
+    EXPECT_NE(count(makeEditor().upsertItem(makeItem(), viewBytes(feedWith("")),
+                                            AppcastEditor::Description::asStored)),
+              std::string::npos);
+}
+
+} // namespace
+} // namespace halvo

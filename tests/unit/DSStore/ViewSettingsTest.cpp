@@ -1,0 +1,241 @@
+#include <DSStore/DSStore.h>
+
+#include <Support/CaseName.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using namespace dsstore;
+using Type = DSStore::RecordType;
+
+std::string payload(const DSStore& store, const std::string& filename, Type type) {
+    const Record* record = store.record(filename, type);
+    const Bytes* bytes = record ? record->value.as<Bytes>() : nullptr;
+    return bytes ? toHex(*bytes) : "none";
+}
+
+template<typename Change>
+std::string refusal(DSStore& store, Change change) {
+    const DSStore before = store;
+    try {
+        change();
+        return "nothing";
+    } catch (const DSStore::Error& error) {
+        EXPECT_EQ(store, before);
+        return error.description();
+    }
+}
+
+TEST(IconPositions, arePackedInSixteenBytes) {
+    DSStore store;
+    store.setIconPosition("Demo.app", 150, 4294967295);
+    EXPECT_EQ(payload(store, "Demo.app", Type::iconLocation), "00000096ffffffffffffffffffff0000");
+    EXPECT_EQ(store.iconPosition("Demo.app"), (IconPosition{150, 4294967295}));
+    EXPECT_EQ(store.iconPosition("Other.app"), std::nullopt);
+}
+
+TEST(IconPositions, refuseWhatDoesNotFit) {
+    DSStore store;
+    store.setIconPosition("a", 1, 1);
+    for (const auto& [x, y] :
+         {std::pair<std::int64_t, std::int64_t>{-1, 0}, {0, -1}, {4294967296, 0}, {0, INT64_MAX}})
+        EXPECT_EQ(refusal(store, [&, x = x, y = y] { store.setIconPosition("a", x, y); }),
+                  "Write failed: Icon position values are outside the supported range for a");
+}
+
+TEST(IconPositions, stopAtTheFirstFailure) {
+    DSStore store;
+    const std::vector<IconPlacement> placements{{"a", 1, 1}, {"b", -1, 1}, {"c", 1, 1}};
+    EXPECT_THROW(store.setIconPositions(placements), DSStore::Error);
+    EXPECT_THAT(store.filenames(), testing::ElementsAre("a"));
+    store.setIconPositions({{"x", IconPosition{1, 2}}, {"y", IconPosition{3, 4}}});
+    EXPECT_EQ(store.iconPosition("y"), (IconPosition{3, 4}));
+}
+
+TEST(IconPositions, readAnyDataOfEightBytesOrMore) {
+    for (const auto& [size, found] : {std::pair{7u, false}, {8u, true}, {40u, true}}) {
+        const Record record{"a", Type::iconLocation, Value{Bytes(size, 1)}};
+        EXPECT_EQ(record.iconPosition().has_value(), found) << size;
+    }
+    EXPECT_FALSE((Record{"a", Type::iconLocation, Value{std::string("12345678")}}).iconPosition());
+    EXPECT_FALSE((Record{"a", Type::info, Value{Bytes(8, 1)}}).iconPosition());
+}
+
+TEST(WindowBounds, arePackedInSixteenBytes) {
+    DSStore store;
+    store.setWindowBounds({.top = 1, .left = 2, .bottom = 65535, .right = 4, .viewStyle = FourCC("Nlsv")});
+    EXPECT_EQ(payload(store, ".", Type::finderWindowInfo), "00010002ffff00044e6c737600000000");
+    const WindowBounds bounds = store.windowBounds().value();
+    EXPECT_EQ(bounds, (WindowBounds{1, 2, 65535, 4, FourCC("Nlsv")}));
+    EXPECT_EQ(bounds.width(), 2);
+    EXPECT_EQ(bounds.height(), 65534);
+    EXPECT_EQ(refusal(store, [&] { store.setWindowBounds({.right = 65536}); }),
+              "Write failed: Window bounds values are outside the supported range");
+    EXPECT_EQ(refusal(store, [&] { store.setWindowBounds({.top = -1}); }),
+              "Write failed: Window bounds values are outside the supported range");
+    EXPECT_FALSE((Record{".", Type::finderWindowInfo, Value{Bytes(11)}}).windowBounds());
+}
+
+TEST(Background, isPackedByKind) {
+    DSStore store;
+    EXPECT_EQ(store.background(), std::nullopt);
+    store.setBackground(DefaultBackground{});
+    EXPECT_EQ(payload(store, ".", Type::background), "446566420000000000000000");
+    EXPECT_EQ(store.background(), BackgroundType(DefaultBackground{}));
+    store.setBackground(ColorBackground{0x0102, 0x0304, 0x0506});
+    EXPECT_EQ(payload(store, ".", Type::background), "436c72420102030405060000");
+    EXPECT_EQ(store.background(), BackgroundType(ColorBackground{0x0102, 0x0304, 0x0506}));
+    store.setBackground(PictureBackground{});
+    EXPECT_EQ(payload(store, ".", Type::background), "506374420000000000000000");
+    EXPECT_EQ(store.background(), BackgroundType(PictureBackground{}));
+    for (const char* damaged : {"Def", "what", "ClrB12345"})
+        EXPECT_FALSE((Record{".", Type::background, Value{copyBytes(damaged)}}).backgroundType()) << damaged;
+}
+
+TEST(Background, withAPictureNeverHasABookmarkBeside) {
+    const Type bookmark{FourCC("pBBk")};
+    DSStore store({{".", bookmark, Value{Bookmark{{1, 2, 3}}}}, {"a", bookmark, Value{Bookmark{{4}}}}});
+    store.setBackgroundPicture({1, 2, 3, 4, 5});
+    EXPECT_EQ(payload(store, ".", Type::background), "506374420000000500000000");
+    EXPECT_EQ(store.backgroundPictureAliasData(), (Bytes{1, 2, 3, 4, 5}));
+    EXPECT_EQ(store.record(".", bookmark), nullptr);
+    EXPECT_NE(store.record("a", bookmark), nullptr);
+}
+
+TEST(ViewStyle, goesByCode) {
+    const std::pair<ViewStyle, const char*> styles[] = {{ViewStyle::icon, "icnv"},
+                                                        {ViewStyle::list, "Nlsv"},
+                                                        {ViewStyle::column, "clmv"},
+                                                        {ViewStyle::gallery, "Flwv"}};
+    DSStore store;
+    EXPECT_EQ(store.viewStyleValue(), std::nullopt);
+    for (const auto& [style, code] : styles) {
+        store.setViewStyle(style);
+        EXPECT_EQ(store.viewStyle(), FourCC::parse(code));
+        EXPECT_EQ(store.viewStyleValue(), style);
+    }
+    store.setViewStyle(FourCC("what"));
+    EXPECT_EQ(store.viewStyle(), FourCC("what"));
+    EXPECT_EQ(store.viewStyleValue(), std::nullopt);
+}
+
+TEST(ViewSort, goesByCode) {
+    const std::pair<ViewSort, const char*> sorts[] = {
+        {ViewSort::none, "none"},         {ViewSort::name, "name"},        {ViewSort::kind, "kind"},
+        {ViewSort::dateModified, "modd"}, {ViewSort::dateCreated, "crea"}, {ViewSort::size, "size"},
+        {ViewSort::label, "labl"}};
+    DSStore store;
+    for (const auto& [sort, code] : sorts) {
+        store.setViewSort(sort);
+        EXPECT_EQ(store.viewSort(), FourCC::parse(code));
+        EXPECT_EQ(store.viewSortValue(), sort);
+    }
+    store.add({".", Type::viewSortVersion, Value{std::uint32_t(1)}}); // what the Finder writes there
+    EXPECT_EQ(store.viewSort(), std::nullopt);
+}
+
+struct FrameCase {
+    const char* name;
+    const char* text;
+    std::optional<WindowFrame> frame;
+};
+class Frames : public testing::TestWithParam<FrameCase> {};
+TEST_P(Frames, areFourNumbers) { EXPECT_EQ(WindowFrame::parse(GetParam().text), GetParam().frame); }
+INSTANTIATE_TEST_SUITE_P(
+    Texts, Frames,
+    testing::Values(FrameCase{"plain", "{{200, 120}, {600, 400}}", WindowFrame{200, 120, 600, 400}},
+                    FrameCase{"fractions", "{{-0.5,1e2},{.25,4}}", WindowFrame{-0.5, 100, 0.25, 4}},
+                    FrameCase{"noBraces", "1 2 3 4 5", WindowFrame{1, 2, 3, 4}},
+                    FrameCase{"three", "{{1, 2}, {3}}", std::nullopt}, FrameCase{"empty", "", std::nullopt},
+                    FrameCase{"words", "{{1, 2}, {3, x}}", std::nullopt},
+                    FrameCase{"infinite", "{{1, 2}, {3, inf}}", std::nullopt},
+                    FrameCase{"tooLarge", "{{1, 2}, {3, 1e999}}", std::nullopt}),
+    test::CaseName());
+
+TEST(Frames, areSpelledWithFifteenDigits) {
+    EXPECT_EQ((WindowFrame{200, 120.5, 1.0 / 3, 1e20}).stringValue(),
+              "{{200, 120.5}, {0.333333333333333, 1e+20}}");
+    WindowSettings settings;
+    settings.setWindowBoundsValue(WindowFrame{1, 2, 3, 4});
+    EXPECT_EQ(settings.windowBounds, "{{1, 2}, {3, 4}}");
+    EXPECT_EQ(settings.windowBoundsValue(), (WindowFrame{1, 2, 3, 4}));
+    settings.setWindowBoundsValue(std::nullopt);
+    EXPECT_EQ(settings.windowBoundsValue(), std::nullopt);
+}
+
+TEST(Settings, surviveAFile) {
+    const WindowSettings window{.windowBounds = "{{1, 2}, {3, 4}}",
+                                .sidebarWidth = 169.5,
+                                .showSidebar = false,
+                                .showToolbar = true,
+                                .showStatusBar = true,
+                                .showPathBar = false,
+                                .viewStyle = "icnv",
+                                .targetURL = "file:///",
+                                .targetPath = {"a", "b"}};
+    const IconViewSettings icons{.showIconPreview = true,
+                                 .showItemInfo = false,
+                                 .labelOnBottom = true,
+                                 .scrollPositionX = 1,
+                                 .scrollPositionY = -1,
+                                 .gridOffsetX = 0.5,
+                                 .gridOffsetY = 0,
+                                 .textSize = 12,
+                                 .iconSize = 96,
+                                 .gridSpacing = 100,
+                                 .viewOptionsVersion = 1,
+                                 .arrangeBy = "none",
+                                 .backgroundType = 1,
+                                 .backgroundColorRed = 1,
+                                 .backgroundColorGreen = 0.5,
+                                 .backgroundColorBlue = 0};
+    const ListViewSettings list{.showIconPreview = true,
+                                .useRelativeDates = false,
+                                .calculateAllSizes = true,
+                                .scrollPositionX = 1,
+                                .scrollPositionY = 2,
+                                .textSize = 12,
+                                .iconSize = 16,
+                                .viewOptionsVersion = 1,
+                                .sortColumn = "name",
+                                .columns =
+                                    PlistValue(PropertyListDictionary{{"name", PropertyListArray{true}}})};
+    DSStore store;
+    store.setWindowSettings(window);
+    store.setIconViewSettings(icons);
+    store.setListViewSettings(list, Type::listViewPropertiesAlternate);
+    const DSStore read = DSStore::read(store.serialize());
+    EXPECT_EQ(read.windowSettings(), window);
+    EXPECT_EQ(read.iconViewSettings(), icons);
+    EXPECT_EQ(read.listViewSettings(Type::listViewPropertiesAlternate), list);
+    EXPECT_EQ(read.listViewSettings(Type::listViewProperties), std::nullopt);
+}
+
+TEST(Settings, leaveOutWhatIsAbsent) {
+    EXPECT_TRUE(WindowSettings().dictionary().empty());
+    EXPECT_EQ(WindowSettings{.showPathBar = true}.dictionary(),
+              (PropertyListDictionary{{"ShowPathbar", true}}));
+}
+
+TEST(Settings, passOverValuesOfAnotherKind) {
+    const auto settings = IconViewSettings::fromDictionary({{"iconSize", 64.0},
+                                                            {"textSize", 12.5},
+                                                            {"gridSpacing", std::int64_t(54)},
+                                                            {"viewOptionsVersion", 1e300},
+                                                            {"showItemInfo", std::int64_t(1)},
+                                                            {"arrangeBy", false},
+                                                            {"unknown", "x"}});
+    EXPECT_EQ(settings, (IconViewSettings{.iconSize = 64, .gridSpacing = 54}));
+    EXPECT_EQ(WindowSettings::fromDictionary({{"TargetPath", PropertyListArray{"a", std::int64_t(1)}}}),
+              WindowSettings());
+    const DSStore text({{".", Type::iconViewProperties, Value{std::string("x")}},
+                        {".", Type::browserWindowSettings, Value{PlistValue("x")}}});
+    EXPECT_EQ(text.iconViewSettings(), std::nullopt);
+    EXPECT_EQ(text.windowSettings(), std::nullopt);
+}
+
+} // namespace
+} // namespace halvo

@@ -1,0 +1,135 @@
+#include <Platform/FileKeychainItems.h>
+
+#include <Platform/Files.h>
+#include <Support/CaseName.h>
+#include <Support/ChildProcess.h>
+#include <Support/TemporaryFolder.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace halvo {
+namespace {
+
+using nlohmann::json;
+namespace fs = std::filesystem;
+
+class FileKeychainItemsTest : public testing::Test {
+protected:
+    test::TemporaryFolder folder;
+    fs::path file = folder / "halvo/keychain.json";
+    SystemClock clock;
+    std::vector<std::string> warnings;
+    FileKeychainItems items{file, clock, [this](const std::string& message) { warnings.push_back(message); }};
+
+    const KeychainQuery query{.service = "service", .account = "account"};
+    const KeychainItem item{.data = copyBytes("hidden"), .attributes = {.label = "A label"}};
+    KeychainItem read;
+};
+
+TEST_F(FileKeychainItemsTest, nobodyElseCanReadWhateverTheUmask) {
+    const mode_t before = ::umask(0);
+    EXPECT_EQ(items.add(query, item), KeychainStatus::success);
+    ::umask(before);
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600));
+    EXPECT_EQ(fs::status(file.parent_path()).permissions(), fs::perms(0700));
+
+    fs::permissions(file, fs::perms(0644));
+    fs::permissions(file.parent_path(), fs::perms(0755));
+    EXPECT_EQ(items.update(query, item), KeychainStatus::success);
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600));
+    EXPECT_EQ(fs::status(file.parent_path()).permissions(), fs::perms(0700));
+}
+
+TEST_F(FileKeychainItemsTest, writesTheFormThatItsHeaderShows) {
+    const KeychainQuery other{
+        .service = "site", .account = "key", .domain = KeychainDomain::login, .protocol = "ssh"};
+    ASSERT_EQ(items.add(query, item), KeychainStatus::success);
+    ASSERT_EQ(items.add(other, {.data = {0xff}}), KeychainStatus::success);
+    EXPECT_EQ(
+        json::parse(test::readText(file)),
+        json({{"dataProtection", {{"service", {{"account", {{"data", "aGlkZGVu"}, {"label", "A label"}}}}}}},
+              {"login", {{"site", {{"key", {{"data", "/w=="}, {"protocol", "ssh"}}}}}}}}));
+}
+
+TEST_F(FileKeychainItemsTest, severalProcessesLoseNoItem) {
+    std::vector<test::ChildProcess> children;
+    for (const char* account : {"a", "b", "c", "d", "e", "f"})
+        children.emplace_back([&, account] {
+            bool worked = true;
+            for (const char* service : {"1", "2", "3", "4", "5"})
+                worked &=
+                    items.add({.service = service, .account = account}, item) == KeychainStatus::success;
+            return worked ? 0 : 1;
+        });
+    for (auto& child : children)
+        EXPECT_EQ(child.wait(), 0);
+    for (const char* account : {"a", "b", "c", "d", "e", "f"})
+        for (const char* service : {"1", "2", "3", "4", "5"})
+            EXPECT_EQ(items.exists({.service = service, .account = account}), KeychainStatus::success);
+}
+
+TEST_F(FileKeychainItemsTest, movesADamagedFileAside) {
+    folder.write("halvo/keychain.json", "{ \"dataProtection\": ");
+    EXPECT_EQ(items.copy(query, read), KeychainStatus::itemNotFound);
+    EXPECT_EQ(items.add(query, item), KeychainStatus::success);
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_NE(warnings.front().find("keychain.json.damaged-"), std::string::npos);
+    EXPECT_EQ(items.copy(query, read), KeychainStatus::success);
+}
+
+TEST_F(FileKeychainItemsTest, aFileThatMayNotBeReadIsNotEmpty) {
+    ASSERT_EQ(items.add(query, item), KeychainStatus::success);
+    const std::string before = test::readText(file);
+    fs::permissions(file.parent_path(), fs::perms(0755)); // the child of a test that root runs is a stranger
+    fs::permissions(file, fs::perms::none);
+    test::ChildProcess child = test::ChildProcess::ofOrdinaryUser([&] {
+        const bool refused = items.copy(query, read) == KeychainStatus::ioError &&
+                             items.exists(query) == KeychainStatus::ioError &&
+                             items.add(query, item) == KeychainStatus::ioError &&
+                             items.remove(query) == KeychainStatus::ioError;
+        return refused && warnings.size() == 4 &&
+                       warnings.front() == FileError("read", file, EACCES).description()
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(child.wait(), 0);
+    fs::permissions(file, fs::perms(0600));
+    EXPECT_EQ(test::readText(file), before);
+    EXPECT_NE(items.message(KeychainStatus::ioError).find(file.string()), std::string::npos);
+}
+
+struct EntryCase {
+    std::string name;
+    std::string content;
+};
+
+class DamagedEntry : public FileKeychainItemsTest, public testing::WithParamInterface<EntryCase> {};
+
+TEST_P(DamagedEntry, isReportedAndLeftAsItIs) {
+    folder.write("halvo/keychain.json", GetParam().content);
+    EXPECT_EQ(items.copy(query, read), KeychainStatus::decode);
+    EXPECT_NE(items.add(query, item), KeychainStatus::success);
+    EXPECT_EQ(test::readText(file), GetParam().content);
+    EXPECT_TRUE(warnings.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FileKeychainItems, DamagedEntry,
+    testing::Values(EntryCase{"domainIsText", R"({"dataProtection": "hidden"})"},
+                    EntryCase{"serviceIsList", R"({"dataProtection": {"service": []}})"},
+                    EntryCase{"accountIsNumber", R"({"dataProtection": {"service": {"account": 7}}})"},
+                    EntryCase{"noData", R"({"dataProtection": {"service": {"account": {"label": "x"}}}})"},
+                    EntryCase{"dataIsNumber", R"({"dataProtection": {"service": {"account": {"data": 7}}}})"},
+                    EntryCase{"dataIsNotBase64",
+                              R"({"dataProtection": {"service": {"account": {"data": "hidden!"}}}})"},
+                    EntryCase{"labelIsObject",
+                              R"({"dataProtection": {"service": {"account": {"data": "", "label": {}}}}})"}),
+    test::CaseName());
+
+} // namespace
+} // namespace halvo
