@@ -45,3 +45,16 @@ function(halvo_unit_tests module)
   gtest_discover_tests(${name} TEST_PREFIX "${module}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 300 LABELS unit)
 endfunction()
+
+# halvo_tool(NAME FOLDER)
+#
+# A program of the toolbox, from programs/NAME.cpp: built to libexec/halvo/FOLDER/NAME, where macOS has FOLDER/NAME.
+function(halvo_tool name folder)
+  set(target Toolbox-${name})
+  add_executable(${target} programs/${name}.cpp)
+  target_link_libraries(${target} PRIVATE Toolbox halvo_warnings halvo_sanitizers)
+  set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name}
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/libexec/halvo/${folder})
+  install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/halvo/${folder})
+  set_property(GLOBAL APPEND PROPERTY HALVO_TOOLS ${target})
+endfunction()

@@ -1,0 +1,204 @@
+#include <HalvoNotarization/XcodeArchiveService.h>
+
+#include <Base/Text.h>
+#include <Support/RecordingLog.h>
+#include <Support/ScaledClock.h>
+#include <Support/ScriptedTools.h>
+#include <Support/Shell.h>
+#include <Support/Thrown.h>
+
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+using test::descriptionThrown;
+using test::ScriptedTools;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const std::string info =
+    R"({"write": ["{archive}/Info.plist", "<plist><dict><key>ApplicationProperties</key><dict>)"
+    R"(<key>ApplicationPath</key><string>Applications/Demo.app</string></dict></dict></plist>"]})";
+const std::string app = R"({"write": ["{archive}/Products/Applications/Demo.app/x", "x"]})";
+const std::string success = R"({"out": "** ARCHIVE SUCCEEDED **\n"})";
+const std::string grandchild = R"({"spawn": 300})";
+const std::string hang = R"({"hang": true})";
+
+std::string steps(const std::vector<std::string>& list) { return "[" + joined(list, ",") + "]"; }
+
+/// Real processes under a clock that is twenty times as fast: a poll of ten seconds takes half a second, and
+/// the limits of an attempt stay far above the time that a script needs to start.
+class ArchiveWatchdogTest : public testing::Test {
+protected:
+    static std::map<std::string, std::string> limits(const char* stall, const char* idleGrace) {
+        return {{"HALVO_ARCHIVE_STALL_TIMEOUT", stall}, {"HALVO_ARCHIVE_COMPLETE_IDLE_GRACE", idleGrace}};
+    }
+
+    void use(const std::map<std::string, std::string>& variables) { tools.emplace(variables); }
+
+    std::filesystem::path archive(std::stop_token cancellation = {}) {
+        XcodeArchiveService service({tools->runner(), clock, tools->environment(), log},
+                                    tools->temporaryDirectory(), std::move(cancellation));
+        return service.archive(tools->write("Demo.xcodeproj/project.pbxproj", "").parent_path(),
+                               ProjectType::project, "Demo", {}, {},
+                               [this](const std::string& line) { lines.push_back(line); });
+    }
+
+    void expectNothingSurvives() {
+        EXPECT_THAT(tools->processNumbers(), testing::Not(IsEmpty()));
+        for (const pid_t process : tools->processNumbers())
+            EXPECT_TRUE(test::vanishes(process)) << process;
+    }
+
+    std::optional<ScriptedTools> tools;
+    test::ScaledClock clock{20};
+    test::RecordingLog log;
+    std::vector<std::string> lines;
+};
+
+TEST_F(ArchiveWatchdogTest, goesOnWithAWholeArchiveOfAHungRun) {
+    use(limits("600", "300"));
+    tools->script("xcodebuild archive", {steps({info, app, grandchild, success, hang})});
+    const auto path = archive();
+    EXPECT_TRUE(std::filesystem::exists(path / "Products/Applications/Demo.app/x"));
+    const std::string text =
+        "halvo: xcodebuild did not exit after ARCHIVE SUCCEEDED and was killed; continuing "
+        "with the completed archive.";
+    EXPECT_THAT(lines, ElementsAre("** ARCHIVE SUCCEEDED **", text));
+    EXPECT_THAT(log.messages, ElementsAre(text));
+    EXPECT_THAT(tools->argumentsOf("xcodebuild archive"), SizeIs(1));
+    expectNothingSurvives();
+}
+
+TEST_F(ArchiveWatchdogTest, repeatsAHungRunWithAPartialArchive) {
+    use(limits("600", "300"));
+    tools->script("xcodebuild archive",
+                  {steps({info, grandchild, success, hang}), steps({info, app, success})});
+    const auto path = archive();
+    EXPECT_THAT(
+        lines,
+        ElementsAre("** ARCHIVE SUCCEEDED **",
+                    "halvo: xcodebuild reported ARCHIVE SUCCEEDED but the archive was incomplete after the "
+                    "hung process was killed (attempt 1 of 3).",
+                    "** ARCHIVE SUCCEEDED **"));
+    const auto calls = tools->argumentsOf("xcodebuild archive");
+    ASSERT_THAT(calls, SizeIs(2));
+    EXPECT_NE(calls[0][5], calls[1][5]) << "each attempt has a path of its own";
+    EXPECT_EQ(calls[1][5], path.string());
+    EXPECT_THAT(tools->leftovers(), ElementsAre(path.filename())) << "the partial archive is removed";
+    expectNothingSurvives();
+}
+
+TEST_F(ArchiveWatchdogTest, givesUpAfterThreeStalledRuns) {
+    use(limits("5", "600"));
+    tools->script("xcodebuild archive", {steps({grandchild, R"({"ignore": 15})", info, hang})});
+    EXPECT_EQ(
+        descriptionThrown<XcodeArchiveError>([&] { archive(); }),
+        "Archive failed: xcodebuild produced no output for 5 seconds and was killed before the archive "
+        "completed "
+        "(attempt 3 of 3). Raise HALVO_ARCHIVE_STALL_TIMEOUT if the build legitimately goes quiet for long "
+        "stretches.");
+    const auto text = [](const char* number) {
+        return "halvo: xcodebuild produced no output for 5 seconds and was killed before the archive "
+               "completed "
+               "(attempt " +
+               std::string(number) + " of 3).";
+    };
+    EXPECT_THAT(lines, ElementsAre(text("1"), text("2"), text("3")));
+    EXPECT_THAT(log.messages, ElementsAre(text("1"), text("2"), text("3")));
+    EXPECT_THAT(tools->leftovers(), IsEmpty());
+    expectNothingSurvives();
+}
+
+TEST_F(ArchiveWatchdogTest, endsASilentRunSoonOnceItsArchiveIsWholeAndStill) {
+    use(limits("100000", "20"));
+    tools->script("xcodebuild archive",
+                  {steps({info, app, R"({"out": "Touch Demo.app\n"})", grandchild, hang})});
+    const auto start = clock.steadyNow();
+    archive();
+    EXPECT_LT(clock.steadyNow() - start, std::chrono::seconds(200));
+    EXPECT_EQ(lines.back(), "halvo: xcodebuild went silent after completing the archive; continuing with the "
+                            "completed archive.");
+    expectNothingSurvives();
+}
+
+TEST_F(ArchiveWatchdogTest, leavesASilentRunAloneWhileItsArchiveChanges) {
+    use(limits("100000", "1"));
+    std::vector<std::string> busy{info, app, R"({"out": "begin\n"})"};
+    for (int file = 0; file < 30; ++file) {
+        busy.push_back(R"({"write": ["{archive}/dSYMs/)" + std::to_string(file) + R"(", ""]})");
+        busy.push_back(R"({"sleep": 0.05})"); // one second of this clock
+    }
+    busy.push_back(R"({"out": "end\n"})");
+    tools->script("xcodebuild archive", {steps(busy)});
+    archive();
+    EXPECT_THAT(lines, ElementsAre("begin", "end"));
+}
+
+TEST_F(ArchiveWatchdogTest, countsTheSuccessLineOfStandardOutputAlone) {
+    use(limits("600", "600"));
+    tools->script("xcodebuild archive", {steps({R"({"err": "** ARCHIVE SUCCEEDED **\n"})",
+                                                R"({"sleep": 1.5})", R"({"exit": 65})"})});
+    EXPECT_EQ(descriptionThrown<XcodeArchiveError>([&] { archive(); }),
+              "Archive failed: ** ARCHIVE SUCCEEDED **");
+}
+
+TEST_F(ArchiveWatchdogTest, outputKeepsARunAlive) {
+    use(limits("20", "600"));
+    std::vector<std::string> chatty;
+    for (int line = 0; line < 6; ++line) {
+        chatty.push_back(R"({"err": "compiling\n"})");
+        chatty.push_back(R"({"sleep": 0.4})"); // eight seconds of this clock, 48 in all
+    }
+    tools->script("xcodebuild archive", {steps(chatty)});
+    archive();
+    EXPECT_THAT(lines, SizeIs(6));
+}
+
+TEST_F(ArchiveWatchdogTest, killsAStalledRunInRealTimeToo) {
+    use(limits("1", "600"));
+    tools->script("xcodebuild archive", {steps({hang}), steps({success})});
+    SystemClock real;
+    XcodeArchiveService service({tools->runner(), real, tools->environment(), log},
+                                tools->temporaryDirectory());
+    const auto start = real.steadyNow();
+    service.archive(tools->write("Demo.xcodeproj/x", "").parent_path(), ProjectType::project, "Demo", {}, {});
+    EXPECT_LT(real.steadyNow() - start, std::chrono::seconds(30)) << "the limit and one poll";
+    EXPECT_THAT(log.messages, SizeIs(1));
+}
+
+TEST_F(ArchiveWatchdogTest, endsTheGroupWhenCancelled) {
+    use(limits("600", "600"));
+    tools->script("xcodebuild archive", {steps({info, grandchild, R"({"out": "ready\n"})", hang})});
+    std::stop_source source;
+    std::jthread canceller([&] {
+        while (tools->processNumbers().size() < 2)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        source.request_stop();
+    });
+    EXPECT_THROW(archive(source.get_token()), CancelledError);
+    canceller.join();
+    expectNothingSurvives();
+    EXPECT_THAT(tools->leftovers(), IsEmpty());
+}
+
+TEST_F(ArchiveWatchdogTest, endsTheGroupWhenTheCallerFails) {
+    use(limits("600", "600"));
+    tools->script("xcodebuild archive", {steps({grandchild, R"({"out": "line\n"})", hang})});
+    XcodeArchiveService service({tools->runner(), clock, tools->environment(), log},
+                                tools->temporaryDirectory());
+    EXPECT_THROW(service.archive(tools->write("Demo.xcodeproj/x", "").parent_path(), ProjectType::project,
+                                 "Demo", {}, {},
+                                 [](const std::string&) { throw Failure("the terminal is gone"); }),
+                 Failure);
+    expectNothingSurvives();
+}
+
+} // namespace
+} // namespace halvo
