@@ -26,7 +26,7 @@ test: ## Install what is missing, build, run every test and every fuzzer for a b
 build: ## Build build/halvo
 	@tools/setup/install-dependencies --build
 	@cmake --preset release >/dev/null
-	@cmake --build --preset release -j $(JOBS) --target halvo
+	@cmake --build --preset release -j $(JOBS) --target halvo toolbox
 
 install: build ## Install to PREFIX (/usr/local), below DESTDIR
 	@cmake --install build --prefix $(PREFIX) --component Unspecified

@@ -35,7 +35,7 @@ function(halvo_unit_tests module)
   set(name ${module}Tests)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${module} Support ${arg_USES} GTest::gmock GTest::gtest_main
-    halvo_warnings halvo_sanitizers)
+    halvo_test_flags)
   target_precompile_headers(${name} REUSE_FROM TestHeaders)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   get_property(loaded GLOBAL PROPERTY HALVO_LOADED_MODULES)

@@ -11,3 +11,8 @@ if(HALVO_SANITIZERS)
   target_link_options(halvo_sanitizers INTERFACE -fsanitize=address,undefined)
   target_compile_definitions(halvo_sanitizers INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
+
+# Test code is compiled often and run for seconds: what the compiler saves outweighs what the processor spends.
+add_library(halvo_test_flags INTERFACE)
+target_compile_options(halvo_test_flags INTERFACE -O0)
+target_link_libraries(halvo_test_flags INTERFACE halvo_warnings halvo_sanitizers)
