@@ -167,8 +167,7 @@ std::vector<std::string> normalised(std::span<const std::string> arguments) {
     return result;
 }
 
-ParsedCommandLine parse(const Node& root, std::string_view version,
-                        const std::vector<std::string>& arguments) {
+ParsedCommandLine parse(const Node& root, const std::vector<std::string>& arguments) {
     try {
         root.app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
