@@ -3,6 +3,8 @@
 
 #include "CommandLine/CIEnvironment.h"
 
+#include <Base/Text.h>
+
 namespace halvo {
 namespace {
 
@@ -52,9 +54,18 @@ CLIError reportOf(const std::exception& error) {
     return {"release_failed", "Release failed: " + text};
 }
 
+/// As it can be pasted into a shell.
+std::string quoted(const std::filesystem::path& path) {
+    const std::string text = path.string();
+    if (text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/._-+@%") ==
+        std::string::npos)
+        return text;
+    return "'" + replacingAll(text, "'", "'\\''") + "'";
+}
+
 CLIError withKeptFile(const CLIError& report, const std::filesystem::path& file) {
     return {report.code, report.description() + "\nThe prepared file stays at " + file.string() +
-                             "; `halvo release " + file.string() + "` uploads it without building again."};
+                             "; `halvo release " + quoted(file) + "` uploads it without building again."};
 }
 
 class ReleaseCommand final : public Command {
