@@ -1,0 +1,57 @@
+#include <HalvoCore/IconConverter.h>
+
+#include <Platform/Files.h>
+#include <Support/TemporaryFolder.h>
+
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Reads no pictures but those that begin with "icns".
+class FakeImages final : public ImageServices {
+public:
+    std::optional<Bytes> renderPNG(ByteView image, unsigned size) override {
+        if (!viewText(image).starts_with("icns"))
+            return std::nullopt;
+        return copyBytes("PNG of " + std::to_string(size));
+    }
+};
+
+TEST(IconConverter, writesAPNGForTheCallerToRemove) {
+    const test::TemporaryFolder folder;
+    FakeImages images;
+    const IconConverter converter(images, folder.path());
+    const URL icon = URL::file(folder.write("Demo.icns", "icns..."));
+    const fs::path png = converter.writePNG(icon, 256).filePath();
+    EXPECT_TRUE(png.filename().string().starts_with("icon-"));
+    EXPECT_EQ(png.extension(), ".png");
+    EXPECT_EQ(test::readText(png), "PNG of 256");
+    EXPECT_NE(converter.writePNG(icon, 256).filePath(), png);
+}
+
+TEST(IconConverter, tellsAnUnreadableIconFromAnUnwritablePNG) {
+    const test::TemporaryFolder folder;
+    FakeImages images;
+    const auto failure = [&](const fs::path& icon,
+                             const fs::path& temporary) -> std::optional<IconConverter::Error::Case> {
+        try {
+            IconConverter(images, temporary).writePNG(URL::file(icon), 256);
+        } catch (const IconConverter::Error& error) {
+            return error.which;
+        }
+        return std::nullopt;
+    };
+    const fs::path good = folder.write("Demo.icns", "icns...");
+    using Case = IconConverter::Error::Case;
+    EXPECT_EQ(failure(folder.write("text.icns", "text"), folder.path()), Case::loadFailed);
+    EXPECT_EQ(failure(folder.write("empty.icns", ""), folder.path()), Case::loadFailed);
+    EXPECT_EQ(failure(folder / "missing.icns", folder.path()), Case::loadFailed);
+    EXPECT_EQ(failure(folder.path(), folder.path()), Case::loadFailed);
+    EXPECT_EQ(failure(good, folder / "missing"), Case::encodeFailed);
+}
+
+} // namespace
+} // namespace halvo
