@@ -108,7 +108,7 @@ std::optional<ByteView> findCodeSignature(const MachOSlice& slice) {
         const std::uint32_t command = commands.word();
         const std::uint32_t size = commands.word();
         if (size < 8)
-            throw BinaryReadError(BinaryReadError::Kind::unexpectedEnd);
+            throw BinaryReadError(BinaryReadError::Kind::invalidSkip);
         WordReader body(commands.bytes(size - 8), isLittleEndian(magic));
         if (command != loadCommandCodeSignature)
             continue;
