@@ -29,10 +29,10 @@ build: ## Build build/halvo
 	@cmake --build --preset release -j $(JOBS) --target halvo toolbox
 
 install: build ## Install to PREFIX (/usr/local), below DESTDIR
-	@cmake --install build --prefix $(PREFIX) --component Unspecified
+	@cmake --install build --strip --prefix $(PREFIX) >/dev/null
 
 package: build ## Make build/halvo-VERSION.tar.gz with what install would copy
-	@rm -rf build/package && DESTDIR=$(CURDIR)/build/package cmake --install build --prefix / >/dev/null
+	@rm -rf build/package && DESTDIR=$(CURDIR)/build/package cmake --install build --strip --prefix / >/dev/null
 	@tar -C build/package -czf build/halvo-$$(build/halvo --version).tar.gz . && ls build/halvo-*.tar.gz
 
 check: ## The tests under the address and undefined-behaviour sanitizers
