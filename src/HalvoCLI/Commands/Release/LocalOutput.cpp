@@ -26,10 +26,22 @@ void copyIntoPlace(const std::filesystem::path& source, const std::filesystem::p
     check(error, "write", target);
 }
 
+/// Removes the file that was made for this run, delivered or not.
+struct PreparedFileGuard {
+    const URL& file;
+    bool ownFile;
+
+    ~PreparedFileGuard() {
+        if (ownFile)
+            removeTemporaryArtifact(file);
+    }
+};
+
 } // namespace
 
 std::filesystem::path deliverLocally(const URL& preparedFile, bool ownFile, const BundleInfo& bundleInfo,
                                      const std::filesystem::path& directory) {
+    const PreparedFileGuard guard{preparedFile, ownFile};
     std::error_code error;
     std::filesystem::create_directories(directory, error);
     check(error, "create", directory);
@@ -43,8 +55,6 @@ std::filesystem::path deliverLocally(const URL& preparedFile, bool ownFile, cons
         std::filesystem::rename(source, target, error);
     if (!ownFile || error) // another file system takes no rename
         copyIntoPlace(source, target);
-    if (ownFile)
-        removeTemporaryArtifact(preparedFile);
     return target;
 }
 
