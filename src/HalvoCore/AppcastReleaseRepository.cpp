@@ -1,5 +1,7 @@
 #include <HalvoCore/AppcastReleaseRepository.h>
 
+#include "AppcastRelease.h"
+
 #include <HalvoCore/DeterministicUUID.h>
 
 #include <Appcast/AppcastEditor.h>
@@ -10,22 +12,6 @@ namespace halvo {
 namespace {
 
 const UUID nameSpace = *UUID::parse("6D1A9F1C-3B7E-5A2D-9C4F-8E0A1B2C3D4E");
-
-Release makeRelease(const AppcastItem& item) {
-    return {.id = appcastReleaseID(item.version, item.shortVersionString),
-            .title = item.title,
-            .bundleVersion = item.version,
-            .bundleVersionString = item.shortVersionString,
-            .releaseNotes = item.releaseNotes,
-            .minimumSystemVersion = item.minimumSystemVersion,
-            .fileSize = item.enclosureLength,
-            .downloadURL = item.enclosureURL,
-            .channel = item.channel,
-            .isPhasedRollout = item.isPhasedRollout,
-            .isCritical = item.isCritical,
-            .isPublished = item.isPublished,
-            .createdAt = item.pubDate};
-}
 
 std::optional<AppcastItem> findItem(const std::vector<AppcastItem>& items, const Release& release) {
     const auto found = std::find_if(items.begin(), items.end(), [&](const AppcastItem& item) {
@@ -66,7 +52,7 @@ std::vector<Release> AppcastReleaseRepository::list() {
         return {};
     std::vector<Release> releases;
     for (const AppcastItem& item : AppcastEditor(appName, publicBaseURL, false, clock).parseItems(*feed))
-        releases.push_back(makeRelease(item));
+        releases.push_back(makeRelease(item, appcastReleaseID(item.version, item.shortVersionString)));
     return releases;
 }
 

@@ -1,6 +1,9 @@
 #include <HalvoCore/AppcastReleaseUploader.h>
 
+#include "AppcastRelease.h"
+
 #include <Appcast/AppcastEditor.h>
+#include <HalvoCore/AppcastReleaseRepository.h>
 #include <Models/ArtifactName.h>
 
 namespace halvo {
@@ -27,28 +30,12 @@ AppcastItem makeItem(const BundleInfo& info, const ReleaseConfiguration& configu
             .isPublished = configuration.isPublished};
 }
 
-Release makeRelease(const AppcastItem& item) {
-    return {.id = UUID::random(),
-            .title = item.title,
-            .bundleVersion = item.version,
-            .bundleVersionString = item.shortVersionString,
-            .releaseNotes = item.releaseNotes,
-            .minimumSystemVersion = item.minimumSystemVersion,
-            .fileSize = item.enclosureLength,
-            .downloadURL = item.enclosureURL,
-            .channel = item.channel,
-            .isPhasedRollout = item.isPhasedRollout,
-            .isCritical = item.isCritical,
-            .isPublished = item.isPublished,
-            .createdAt = item.pubDate};
-}
-
 /// The releases whose newest one the latest copy is of.
 std::vector<Release> releasesOfDefaultChannel(const AppcastEditor& editor, const std::string& document) {
     std::vector<Release> releases;
     for (const AppcastItem& item : editor.parseItems(viewBytes(document)))
         if (item.isPublished && !item.channel)
-            releases.push_back(makeRelease(item));
+            releases.push_back(makeRelease(item, appcastReleaseID(item.version, item.shortVersionString)));
     return releases;
 }
 
@@ -76,7 +63,10 @@ UploadResult AppcastReleaseUploader::upload(const std::filesystem::path& file, c
     storage.uploadAppcast(viewBytes(document));
     if (auto* local = std::get_if<LocalApp>(&app.value))
         local->releases = releasesOfDefaultChannel(editor, document);
-    return {.downloadURL = downloadURL, .fileSize = fileSize, .release = makeRelease(item), .app = app};
+    return {.downloadURL = downloadURL,
+            .fileSize = fileSize,
+            .release = makeRelease(item, UUID::random()),
+            .app = app};
 }
 
 } // namespace halvo
