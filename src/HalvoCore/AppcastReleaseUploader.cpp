@@ -61,12 +61,15 @@ UploadResult AppcastReleaseUploader::upload(const std::filesystem::path& file, c
     const AppcastEditor editor(app.name(), publicBaseURL, shouldUseCacheBuster, clock);
     const std::string document = editor.upsertItem(item, feed);
     storage.uploadAppcast(viewBytes(document));
-    if (auto* local = std::get_if<LocalApp>(&app.value))
+    App published = app;
+    if (auto* local = std::get_if<LocalApp>(&published.value)) {
+        local->name = bundleInfo.name; // which the latest copy is named by
         local->releases = releasesOfDefaultChannel(editor, document);
+    }
     return {.downloadURL = downloadURL,
             .fileSize = fileSize,
             .release = makeRelease(item, UUID::random()),
-            .app = app};
+            .app = std::move(published)};
 }
 
 } // namespace halvo

@@ -116,7 +116,7 @@ BinaryPreparationService::assessNotarization(const ImportedBundle& importedBundl
                                                                   : NotarizationAssessment::notNotarized;
     } catch (const CancelledError&) {
         throw;
-    } catch (const Failure&) {
+    } catch (const std::exception&) {
         return NotarizationAssessment::notNotarized; // a check that cannot be made promises nothing
     }
 }

@@ -1,6 +1,7 @@
 #include <HalvoCore/ReleaseController.h>
 
 #include <HalvoCore/ReleasePolicies.h>
+#include <HalvoCore/TemporaryArtifact.h>
 
 #include <Base/Base64.h>
 #include <HalvoNotarization/Codesigner.h>
@@ -55,6 +56,9 @@ UploadResult ReleaseController::publish(const ImportedBundle& importedBundle,
         return result;
     } catch (...) {
         current = releasePublisher.state();
+        const bool canBeTriedAgain = std::holds_alternative<ReleaseState::UploadFailed>(current.value);
+        if (prepared.shouldCleanup && !canBeTriedAgain)
+            removeTemporaryArtifact(prepared.fileURL);
         throw;
     }
 }
