@@ -9,6 +9,8 @@
 namespace halvo {
 namespace {
 
+constexpr std::size_t longestChain = 16; // Apple's have three
+
 std::string commonName(const X509* certificate) {
     const X509_NAME* subject = ::X509_get_subject_name(certificate);
     const int index = ::X509_NAME_get_index_by_NID(subject, NID_commonName, -1);
@@ -52,7 +54,7 @@ std::vector<std::string> signerChain(ByteView cms) {
     std::vector<std::string> names;
     std::set<const X509*> seen; // certificates may name each other in a circle
     X509* certificate = signerOf(message.get(), certificates.get());
-    while (certificate && seen.insert(certificate).second) {
+    while (certificate && names.size() < longestChain && seen.insert(certificate).second) {
         names.push_back(commonName(certificate));
         const X509_NAME* issuer = ::X509_get_issuer_name(certificate);
         certificate = findCertificate(certificates.get(), [issuer](X509* candidate) {

@@ -20,6 +20,8 @@ constexpr std::uint32_t firstAlternateDirectorySlot = 0x1000;
 constexpr std::uint32_t lastAlternateDirectorySlot = 0x1004;
 constexpr std::uint32_t cmsSlot = 0x10000;
 constexpr std::uint32_t ticketSlot = 0x10002;
+constexpr std::uint32_t mostBlobs =
+    64; // real signatures have a dozen; many could name one large blob again and again
 constexpr std::uint32_t firstVersionWithTeam = 0x20200;
 
 /// The whole blob at an offset, whatever follows it. `reader` stands at its start.
@@ -91,6 +93,8 @@ CodeSignature readCodeSignature(ByteView region) {
     BinaryReader index = whole;
     index.skip(8);
     const std::uint32_t count = index.readUInt32();
+    if (count > mostBlobs)
+        throw CodeSignatureError();
     std::optional<CodeDirectory> strongest;
     ByteView cms;
     bool hasTicket = false;

@@ -18,9 +18,9 @@ namespace {
 using test::descriptionThrown;
 using test::ScriptedTools;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::IsEmpty;
 using testing::SizeIs;
+using testing::StartsWith;
 
 const std::string info =
     R"({"write": ["{archive}/Info.plist", "<plist><dict><key>ApplicationProperties</key><dict>)"
@@ -74,6 +74,19 @@ TEST_F(ArchiveWatchdogTest, goesOnWithAWholeArchiveOfAHungRun) {
     EXPECT_THAT(log.messages, ElementsAre(text));
     EXPECT_THAT(tools->argumentsOf("xcodebuild archive"), SizeIs(1));
     expectNothingSurvives();
+}
+
+TEST_F(ArchiveWatchdogTest, countsFromTheFirstReportOfSuccess) {
+    use(limits("600", "300"));
+    std::vector<std::string> repeating{info, app};
+    for (int report = 0; report < 20; ++report) {
+        repeating.push_back(success);
+        repeating.push_back(R"({"sleep": 0.15})"); // three seconds of this clock, a minute in all
+    }
+    tools->script("xcodebuild archive", {steps(repeating)});
+    archive();
+    EXPECT_THAT(lines.back(), StartsWith("halvo: xcodebuild did not exit after ARCHIVE SUCCEEDED"));
+    EXPECT_LT(lines.size(), 20u);
 }
 
 TEST_F(ArchiveWatchdogTest, repeatsAHungRunWithAPartialArchive) {

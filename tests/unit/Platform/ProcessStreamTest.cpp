@@ -86,6 +86,18 @@ TEST_F(ProcessStreamTest, endsWithTheChildAndNotWithItsGrandchildren) {
     ::kill(std::stoi(test::awaitText(folder / "pid")), SIGKILL);
 }
 
+TEST_F(ProcessStreamTest, endsAlthoughAGrandchildKeepsThePipeFull) {
+    const TemporaryFolder folder;
+    const auto process =
+        runner.start(shell("yes & echo $! > \"$1\"; sleep 0.05", {(folder / "pid").string()}));
+    std::size_t lines = 0;
+    constexpr std::size_t enough = 10'000'000; // far beyond what comes before the end of the child
+    while (lines < enough && process->readLine(OutputStream::standardOutput))
+        ++lines;
+    ::kill(std::stoi(test::awaitText(folder / "pid")), SIGKILL);
+    EXPECT_LT(lines, enough);
+}
+
 TEST_F(ProcessStreamTest, signalsTheWholeGroupOfItsChild) {
     ProcessRequest request = shell("sh -c 'echo $$; exec sleep 60' & echo $$; wait");
     request.ownGroup = true;
