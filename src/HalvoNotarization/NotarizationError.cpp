@@ -1,6 +1,6 @@
 #include <HalvoNotarization/NotarizationError.h>
 
-#include <HalvoNotarization/HelpURLs.h>
+#include <Models/ServiceAddresses.h>
 
 namespace halvo {
 
@@ -21,7 +21,7 @@ std::string NotarizationError::describe(const Case& which) {
         std::string operator()(const NotNotarized&) const {
             return "The provided binary is not notarized. Notarize it before releasing to prevent Gatekeeper "
                    "issues for your users, or setup Halvo to automatically notarize your app. Learn more: " +
-                   std::string(help::notarizationKeychainProfiles);
+                   std::string(helpAddress::notarization);
         }
     };
     return std::visit(Describer{}, which);

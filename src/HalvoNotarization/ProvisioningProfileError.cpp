@@ -1,4 +1,4 @@
-#include <HalvoNotarization/HelpURLs.h>
+#include <Models/ServiceAddresses.h>
 #include <HalvoNotarization/ProvisioningProfile.h>
 
 namespace halvo {
@@ -9,7 +9,7 @@ std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 /// "2026-01-31"; the hour does not matter to somebody who has to make a new profile.
 std::string day(Date date) { return formatISO8601(date).substr(0, 10); }
 
-const std::string profileList(help::appleProfileList);
+const std::string profileList(helpAddress::appleProfiles);
 const std::string passThatFile = " and pass that file with --provisioning-profile.";
 
 } // namespace

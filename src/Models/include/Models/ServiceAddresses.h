@@ -10,7 +10,7 @@ inline constexpr const char* servicePublicHost = "halvo.example";
 namespace helpAddress {
 inline constexpr const char* commandLine = "https://halvo.example/help/cli";
 inline constexpr const char* codesigning = "https://halvo.example/help/codesigning";
-inline constexpr const char* notarization = "https://halvo.example/help/notarization-keychain-profile";
+inline constexpr const char* notarization = "https://halvo.example/help/notarization";
 inline constexpr const char* postArchive = "https://halvo.example/help/xcode-post-archive";
 inline constexpr const char* provisioningProfiles = "https://halvo.example/help/provisioning-profiles";
 inline constexpr const char* sparkle = "https://halvo.example/help/sparkle";
