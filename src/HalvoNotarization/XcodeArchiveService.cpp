@@ -124,7 +124,7 @@ std::filesystem::path XcodeArchiveService::archive(const std::filesystem::path& 
         throw XcodeArchiveError(XcodeArchiveError::ProjectNotFound{project});
     Arguments closing;
     for (const auto& [key, value] : overrides)
-        closing.push_back(key + "=" + value);
+        closing.emplace_back(key).append("=").append(value);
     closing.push_back("archive");
 
     for (int number = 1;; ++number) {

@@ -207,7 +207,8 @@ void ChildProcess::tearDown() {
         if (ended)
             break;
     }
-    // The leader may be gone while others of its group are not; until it is reaped, its number is still its own.
+    // The leader may be gone while others of its group are not; until it is reaped, its number is still its
+    // own.
     if (!ended || ownGroup)
         signal(SIGKILL);
     reap();

@@ -85,8 +85,9 @@ std::vector<std::string> childEnvironment(const Environment& inherited,
     for (const auto& [name, value] : overrides)
         variables[name] = value;
     std::vector<std::string> lines;
+    lines.reserve(variables.size());
     for (const auto& [name, value] : variables)
-        lines.push_back(name + "=" + value);
+        lines.emplace_back(name).append("=").append(value);
     return lines;
 }
 
@@ -101,9 +102,9 @@ public:
         ::posix_spawnattr_setsigdefault(&attributes, &all);
         ::posix_spawnattr_setsigmask(&attributes, &none);
         ::posix_spawnattr_setpgroup(&attributes, 0);
-        ::posix_spawnattr_setflags(
-            &attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
-                                            (ownGroup ? POSIX_SPAWN_SETPGROUP : 0)));
+        ::posix_spawnattr_setflags(&attributes,
+                                   static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
+                                                      (ownGroup ? POSIX_SPAWN_SETPGROUP : 0)));
     }
     SpawnAttributes(const SpawnAttributes&) = delete;
     SpawnAttributes& operator=(const SpawnAttributes&) = delete;
@@ -148,7 +149,8 @@ SpawnedChild spawn(const std::filesystem::path& executable, const ProcessRequest
     Pipe error = makePipe();
     const SpawnActions actions(input.get(), output.writing.get(), error.writing.get());
     const SpawnAttributes attributes(request.ownGroup);
-    SpawnedChild child{.standardOutput = std::move(output.reading), .standardError = std::move(error.reading)};
+    SpawnedChild child{.standardOutput = std::move(output.reading),
+                       .standardError = std::move(error.reading)};
     if (::posix_spawn(&child.pid, executable.c_str(), actions.get(), attributes.get(),
                       pointers(arguments).data(), pointers(variables).data()) != 0)
         throw ProcessError(ProcessError::CannotStart{request.executable});
