@@ -70,6 +70,9 @@ void ReleaseFlow::run() {
     const ReleasePlanner planner(options, credentials, storage, tools, context);
     const std::string& bundle = imported.bundleInfo().identifier;
     const ReleasePlan plan = planner.makePlan(bundle, input.kind != ReleaseInput::Kind::bundle);
+    // Before the app is signed, which would change it for nothing.
+    if (plan.packageFormat.isDMG() && std::holds_alternative<ImportedBundle::App>(imported.value))
+        throw StepNotAvailableError("Building a disk image");
     displayReleaseSettings(plan, context);
     if (!agreesToNotarization(imported, plan))
         return;
