@@ -1,5 +1,5 @@
-#include <Models/ServiceAddresses.h>
 #include <HalvoNotarization/ProvisioningProfile.h>
+#include <Models/ServiceAddresses.h>
 
 namespace halvo {
 namespace {
