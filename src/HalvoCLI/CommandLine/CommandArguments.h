@@ -47,10 +47,11 @@ public:
                         std::string help);
     /// An option with a value of its own type; `parse` gives absent for a text that is no such value.
     template<typename Value>
-    void typedOption(std::string_view names, Value& value, std::string help,
+    void typedOption(std::string_view names, Value& value, const std::string& help,
                      std::function<std::optional<Value>(const std::string&)> parse,
-                     std::string defaultText = "", std::vector<std::string> allowedValues = {}) {
-        declare(names, std::move(help), std::move(defaultText), std::move(allowedValues),
+                     const std::string& defaultText = "",
+                     const std::vector<std::string>& allowedValues = {}) {
+        declare(names, help, defaultText, allowedValues,
                 [&value, parse = std::move(parse)](const std::string& text) {
                     const auto parsed = parse(text);
                     if (parsed)
@@ -60,16 +61,15 @@ public:
     }
     /// The same for an option whose absence means something.
     template<typename Value>
-    void typedOption(std::string_view names, std::optional<Value>& value, std::string help,
+    void typedOption(std::string_view names, std::optional<Value>& value, const std::string& help,
                      std::function<std::optional<Value>(const std::string&)> parse,
-                     std::vector<std::string> allowedValues = {}) {
-        declare(names, std::move(help), "", std::move(allowedValues),
-                [&value, parse = std::move(parse)](const std::string& text) {
-                    const auto parsed = parse(text);
-                    if (parsed)
-                        value = *parsed;
-                    return parsed.has_value();
-                });
+                     const std::vector<std::string>& allowedValues = {}) {
+        declare(names, help, "", allowedValues, [&value, parse = std::move(parse)](const std::string& text) {
+            const auto parsed = parse(text);
+            if (parsed)
+                value = *parsed;
+            return parsed.has_value();
+        });
     }
 
     const std::vector<ArgumentDeclaration>& all() const { return declarations; }

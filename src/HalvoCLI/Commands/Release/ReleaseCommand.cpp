@@ -84,7 +84,7 @@ public:
                 "warning: --beta is deprecated; use --channel beta instead.\n");
         std::optional<std::filesystem::path> kept;
         try {
-            ReleaseFlow flow(options, services, context);
+            ReleaseFlow flow(options, services.platform, context);
             try {
                 flow.run();
             } catch (...) {

@@ -52,9 +52,9 @@ private:
 
 } // namespace
 
-ReleaseFlow::ReleaseFlow(const ReleaseOptions& options, Services& services, const OutputContext& context)
-    : options(options), services(services), platform(services.platform), context(context),
-      keyChain(platform.keychainItems), storage(platform.userDefaults),
+ReleaseFlow::ReleaseFlow(const ReleaseOptions& options, Platform& platform, const OutputContext& context)
+    : options(options), platform(platform), context(context), keyChain(platform.keychainItems),
+      storage(platform.userDefaults),
       localApps(storage, keyChain, S3AppcastStorage::factory(platform), platform.clock), tools(platform),
       zipService(platform.temporaryDirectory, platform.cancellation), importer(zipService),
       preparation(tools, zipService, platform.cancellation),

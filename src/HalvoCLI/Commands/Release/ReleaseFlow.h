@@ -18,7 +18,7 @@ namespace halvo {
 /// One run of `release`, from its options to its result: imports, decides, prepares and delivers.
 class ReleaseFlow {
 public:
-    ReleaseFlow(const ReleaseOptions& options, Services& services, const OutputContext& context);
+    ReleaseFlow(const ReleaseOptions& options, Platform& platform, const OutputContext& context);
 
     /// Reports progress and the result through the context. Every failure is thrown.
     void run();
@@ -39,7 +39,6 @@ private:
     ReleaseConfiguration configuration() const;
 
     const ReleaseOptions& options;
-    Services& services;
     Platform& platform;
     const OutputContext& context;
 
