@@ -33,7 +33,7 @@ bool isLoaded(const std::string& library) {
 
 class SecretServiceTest : public testing::Test {
 protected:
-    /// The system's keychain in this session, with some variables of its environment changed.
+    /// The keychain of the desktop session that runs the test, with some variables of its environment changed.
     std::unique_ptr<KeychainItems> open(const std::map<std::string, std::string>& changes = {}) {
         auto variables = Environment::ofProcess().all();
         variables["XDG_DATA_HOME"] = folder.path().string();
