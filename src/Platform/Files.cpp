@@ -1,6 +1,6 @@
 #include <Platform/Files.h>
 
-#include "Descriptor.h"
+#include <Platform/Descriptor.h>
 
 #include <Base/UUID.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include <Platform/Descriptor.h>
 
 #include <Base/Bytes.h>
 
@@ -33,7 +33,7 @@ private:
 
     std::filesystem::path destination;
     std::filesystem::path temporary;
-    FileDescriptor file;
+    Descriptor file;
     std::uint64_t flushed = 0; ///< bytes that are in the file already
     Bytes buffer;              ///< those that follow
 };

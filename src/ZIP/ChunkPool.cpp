@@ -1,7 +1,7 @@
 #include "ChunkPool.h"
 
 #include "Deflater.h"
-#include "FileDescriptor.h"
+#include <Platform/Descriptor.h>
 
 #include <Platform/Files.h>
 #include <ZIP/ZIPError.h>
@@ -23,7 +23,7 @@ constexpr std::size_t chunkSize = std::size_t{4} << 20;
 /// Bounds the memory: results never grow beyond what they are made of.
 constexpr std::size_t bytesAheadLimit = std::size_t{64} << 20;
 
-void requireUnchanged(const FileDescriptor& file, const TreeEntry& entry) {
+void requireUnchanged(const Descriptor& file, const TreeEntry& entry) {
     struct stat status {};
     if (::fstat(file.get(), &status) != 0)
         throw FileError("read", entry.path, errno);
@@ -65,7 +65,7 @@ std::vector<Chunk> cutIntoChunks(std::span<const TreeEntry> entries) {
 Bytes readChunk(const Chunk& chunk) {
     // Read rather than mapped: a file that another process shortens meanwhile is then an error, not a signal.
     const TreeEntry& entry = *chunk.entry;
-    const FileDescriptor file(::open(entry.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const Descriptor file(::open(entry.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (!file.isOpen()) {
         if (errno == ENOENT || errno == ELOOP)
             throw ZIPError(ZIPError::Changed{entry.path.string()});

@@ -2,8 +2,8 @@
 
 #include "ArchiveIndex.h"
 #include "EntryReader.h"
-#include "FileDescriptor.h"
 #include "LinkChecker.h"
+#include <Platform/Descriptor.h>
 
 #include <Base/Text.h>
 #include <Platform/Files.h>
@@ -72,7 +72,7 @@ public:
     void makeFile(const ArchiveEntry& entry) {
         makeFolders(parentOf(entry.path));
         const fs::path path = root / entry.path;
-        FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
         if (!file.isOpen())
             throw FileError("create", path, errno);
         readEntry(archive, entry, cancellation, [&](ByteView piece) { writeAll(file, piece, path); });
@@ -103,7 +103,7 @@ private:
         made.insert(path);
     }
 
-    static void writeAll(const FileDescriptor& file, ByteView bytes, const fs::path& path) {
+    static void writeAll(const Descriptor& file, ByteView bytes, const fs::path& path) {
         while (!bytes.empty()) {
             const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
             if (written < 0 && errno == EINTR)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../Descriptor.h"
+#include <Platform/Descriptor.h>
 
 #include <Platform/Environment.h>
 #include <Platform/ProcessRunner.h>
