@@ -224,7 +224,9 @@ void CurlExchange::fail(CURLcode code) {
     if (code == CURLE_OPERATION_TIMEDOUT) {
         curl_off_t elapsed = 0; // microseconds
         curl_easy_getinfo(connections.easy.get(), CURLINFO_TOTAL_TIME_T, &elapsed);
-        if (std::chrono::microseconds(elapsed) < request.timeLimit)
+        // libcurl's timers may fire a little early: only a clear difference tells which limit it was.
+        constexpr std::chrono::milliseconds slack{50};
+        if (std::chrono::microseconds(elapsed) + slack < request.timeLimit)
             throw HTTPError(HTTPError::Kind::cannotConnect,
                             "Could not connect to " + authority.host + " port " + authority.port +
                                 ": no answer within " + std::to_string(connectLimit.count() / 1000) +
