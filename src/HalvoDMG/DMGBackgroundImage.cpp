@@ -1,7 +1,6 @@
 #include <HalvoDMG/DMGBackgroundImage.h>
 
 #include <Base/UUID.h>
-#include <Base/Unicode.h>
 #include <HalvoDMG/ImageView.h>
 #include <Platform/Files.h>
 
@@ -11,11 +10,10 @@ namespace halvo {
 namespace {
 
 /// As one line of text.
-std::string shownName(const std::string& name) {
-    std::string shown = repairedUTF8(name);
+std::string shownName(std::string name) {
     std::ranges::replace_if(
-        shown, [](unsigned char letter) { return letter < 0x20 || letter == 0x7F; }, ' ');
-    return shown;
+        name, [](unsigned char letter) { return letter < 0x20 || letter == 0x7F; }, ' ');
+    return name;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "TextLayout.h"
 
 #include <Base/Failure.h>
+#include <Base/Unicode.h>
 
 #include <algorithm>
 #include <cmath>
@@ -84,7 +85,8 @@ PlacedRuns layOut(PangoContext* context, const TextLine& line, double scale) {
         const auto font = makeFont(line, run.weight, line.size * scale);
         pango_layout_set_font_description(layout.get(), font.get());
         pango_layout_set_single_paragraph_mode(layout.get(), TRUE);
-        pango_layout_set_text(layout.get(), run.text.data(), static_cast<int>(run.text.size()));
+        const std::string text = repairedUTF8(run.text);
+        pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
         if (line.letterSpacing != 0) {
             const Owned<PangoAttrList> attributes(pango_attr_list_new());
             const double spacing = line.letterSpacing * scale * PANGO_SCALE;

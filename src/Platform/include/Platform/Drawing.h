@@ -89,7 +89,7 @@ enum class TextAlignment { left, centre, right };
 /// A piece of a line in one style. Pieces stand side by side from the left, each with its own direction of
 /// writing, so that a name in Arabic does not reorder the sentence around it.
 struct TextRun {
-    std::string text{}; ///< UTF-8
+    std::string text{};
     FontWeight weight = FontWeight::regular;
     Colour colour{};
     bool mayBeShortened = false; ///< ends in "…" when the line has no room for it

@@ -1,0 +1,254 @@
+#include <HalvoDMG/DMGBackgroundImage.h>
+#include <HalvoDMG/DMGBackgroundNormalizer.h>
+#include <HalvoDMG/DMGBackgroundTemplate.h>
+#include <HalvoDMG/ImageView.h>
+#include <HalvoDMG/TemplateView.h>
+
+#include <Platform/Files.h>
+#include <Support/CaseName.h>
+#include <Support/TemporaryFolder.h>
+
+#include <gmock/gmock.h>
+
+namespace halvo {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Knows one picture, and writes its density behind it. The readers of real files have tests of their own.
+class FakeImages final : public ImageServices {
+public:
+    std::optional<Bytes> renderPNG(ByteView, unsigned) override { return std::nullopt; }
+    std::optional<Bytes> renderPNG(const Drawing& drawing, double, double, double) override {
+        drawn = drawing;
+        return picture;
+    }
+    bool canDraw(std::string_view) override { return hasFont; }
+    std::optional<ImageProperties> readProperties(ByteView) override { return properties; }
+    std::optional<Bytes> withDensity(ByteView, PixelDensity density) override {
+        asked = density;
+        return copy;
+    }
+
+    std::optional<ImageProperties> properties{};
+    std::optional<Bytes> picture = copyBytes("picture");
+    std::optional<Bytes> copy = copyBytes("copy");
+    bool hasFont = true;
+    PixelDensity asked{};
+    Drawing drawn{};
+};
+
+constexpr PointSize window{600, 400};
+
+struct BackgroundCase {
+    std::string_view name;
+    ImageProperties properties;
+    std::string_view outcome; ///< "original", "derived" or the failure's text behind the path
+};
+
+class Background : public testing::TestWithParam<BackgroundCase> {};
+
+TEST_P(Background, isTakenDerivedOrRefused) {
+    const test::TemporaryFolder folder;
+    const test::TemporaryFolder temporary;
+    const fs::path file = folder.write("bg.tif", "anything");
+    FakeImages images;
+    images.properties = GetParam().properties;
+    const DMGBackgroundNormalizer normalizer(images, temporary.path());
+    std::string outcome;
+    try {
+        const NormalizedBackground background = normalizer.normalize(URL::file(file), window);
+        outcome = background.isDerived() ? "derived" : "original";
+        EXPECT_EQ(background.pixelSize(),
+                  (PixelSize{images.properties->pixelWidth, images.properties->pixelHeight}));
+        const fs::path path = background.url().filePath();
+        EXPECT_EQ(path.parent_path(), background.isDerived() ? temporary.path() : folder.path());
+        if (background.isDerived()) {
+            EXPECT_EQ(path.extension(), ".jpeg");
+            EXPECT_EQ(test::readText(path), "copy");
+            EXPECT_DOUBLE_EQ(images.asked.x, images.properties->pixelWidth * 72.0 / 600);
+            EXPECT_DOUBLE_EQ(images.asked.y, images.properties->pixelHeight * 72.0 / 400);
+            fs::remove(path);
+        }
+        normalizer.validate(URL::file(file), window);
+    } catch (const DMGCreationError& error) {
+        const std::string start = "The background image at " + file.string();
+        ASSERT_TRUE(error.description().starts_with(start)) << error.description();
+        outcome = error.description().substr(start.size());
+    }
+    EXPECT_EQ(outcome, GetParam().outcome);
+    EXPECT_TRUE(fs::is_empty(temporary.path()));
+}
+
+constexpr ImageProperties jpeg(std::uint32_t width, std::uint32_t height, double x = 72, double y = 72) {
+    return {ImageProperties::Type::jpeg, width, height, {x, y}};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Normalizer, Background,
+    testing::Values(
+        BackgroundCase{"retina", jpeg(1200, 800, 144, 144), "original"},
+        BackgroundCase{"retinaWithoutTags", jpeg(1200, 800), "derived"},
+        BackgroundCase{"standard", jpeg(600, 400), "original"},
+        BackgroundCase{"unknownDensityIs72", jpeg(600, 400, 0, 0), "original"},
+        BackgroundCase{"absurdDensityIs72", jpeg(600, 400, 20000, 0.5), "original"},
+        BackgroundCase{"absurdDensityIs72ForLargeOnesToo", jpeg(1200, 800, 20000, 20000), "derived"},
+        BackgroundCase{"almostOnePointOff", jpeg(1200, 800, 143.8, 143.8), "original"},
+        BackgroundCase{"onePointOff", jpeg(1200, 800, 143.76, 143.76), "derived"},
+        BackgroundCase{"onlyOneDensityFits", jpeg(1200, 800, 144, 72), "derived"},
+        BackgroundCase{"ratioWithinTolerance", jpeg(1205, 800, 144.6, 144), "original"},
+        BackgroundCase{"tooSmallWithinTolerance", jpeg(599, 400),
+                       " is 599x400 px, too small for the 600x400 DMG window. Export it at 1200x800 (@2x, "
+                       "recommended) or at least 600x400 px."},
+        BackgroundCase{
+            "ratioIsLookedAtFirst", jpeg(500, 400),
+            " is 500x400 px, which doesn't match the 600x400 DMG window. Export it at 1200x800 (@2x, "
+            "recommended) or 600x400. Cropping or letterboxing is a design decision, so Halvo won't do "
+            "it for you."},
+        BackgroundCase{
+            "square", jpeg(1'000'000, 1'000'000),
+            " is 1000000x1000000 px, which doesn't match the 600x400 DMG window. Export it at 1200x800 "
+            "(@2x, recommended) or 600x400. Cropping or letterboxing is a design decision, so Halvo "
+            "won't do it for you."}),
+    test::CaseName());
+
+std::string failureOf(const DMGBackgroundNormalizer& normalizer, const fs::path& file) {
+    try {
+        normalizer.normalize(URL::file(file), window);
+    } catch (const DMGCreationError& error) {
+        return error.description();
+    }
+    return "none";
+}
+
+TEST(DMGBackgroundNormalizer, leavesNothingBehindWhenItFails) {
+    const test::TemporaryFolder folder;
+    const test::TemporaryFolder temporary;
+    const fs::path file = folder.write("bg.gif", "GIF");
+    const std::string unreadable =
+        "Cannot read background image at " + file.string() + ". Provide a PNG, JPG, or TIFF file.";
+    const std::string unprepared =
+        "Could not prepare the background image at " + file.string() + ". Export it as PNG and try again.";
+    FakeImages images;
+    const DMGBackgroundNormalizer normalizer(images, temporary.path());
+    EXPECT_EQ(failureOf(normalizer, file), unreadable);
+    images.properties = jpeg(0, 400);
+    EXPECT_EQ(failureOf(normalizer, file), unreadable);
+    images.properties = jpeg(1200, 800);
+    const DMGBackgroundNormalizer homeless(images, temporary / "missing");
+    EXPECT_EQ(failureOf(homeless, file), unprepared);
+    images.copy.reset();
+    EXPECT_EQ(failureOf(normalizer, file), unprepared);
+    fs::remove(file);
+    EXPECT_EQ(failureOf(normalizer, file), unreadable);
+    EXPECT_TRUE(fs::is_empty(temporary.path()));
+}
+
+TEST(NormalizedBackground, warnsOfFewerThanTwoPixelsForEachPoint) {
+    const NormalizedBackground soft{NormalizedBackground::Original{URL(), {1199, 799}}};
+    EXPECT_EQ(
+        soft.retinaWarning(window),
+        "The background is 1199x799 px and will look soft on Retina displays. Export at 1200x800 for full "
+        "sharpness.");
+    const NormalizedBackground sharp{NormalizedBackground::Derived{URL(), {1200, 800}}};
+    EXPECT_EQ(sharp.retinaWarning(window), std::nullopt);
+}
+
+std::vector<TextLine> linesOf(const Drawing& drawing) {
+    std::vector<TextLine> lines;
+    for (const Shape& shape : drawing.shapes)
+        if (const auto* line = std::get_if<TextLine>(&shape))
+            lines.push_back(*line);
+    return lines;
+}
+
+std::vector<std::string> textsOf(const Drawing& drawing) {
+    std::vector<std::string> texts;
+    for (const TextLine& line : linesOf(drawing)) {
+        std::string& text = texts.emplace_back();
+        for (const TextRun& run : line.runs)
+            text += run.text;
+    }
+    return texts;
+}
+
+TEST(DMGBackgroundImage, saysWhatToDo) {
+    const test::TemporaryFolder folder;
+    FakeImages images;
+    const DMGBackgroundImage background(images, folder.path());
+    const auto texts = [&](const std::optional<std::string>& name, bool watermark) {
+        background.create(600, 400, name, watermark);
+        return textsOf(images.drawn);
+    };
+    using testing::UnorderedElementsAre;
+    EXPECT_THAT(texts("Demo", true),
+                UnorderedElementsAre("Drag Demo to Applications to install", "Built with halvo.example"));
+    EXPECT_THAT(texts("Two\nlines", false),
+                UnorderedElementsAre("Drag Two lines to Applications to install"));
+    EXPECT_THAT(texts(std::nullopt, false), UnorderedElementsAre("Drag to Applications to install"));
+    images.hasFont = false;
+    EXPECT_THAT(texts("\U0001F680", false), UnorderedElementsAre("Drag to Applications to install"));
+
+    const fs::path file = background.create(600, 400, "Demo", true).filePath();
+    EXPECT_EQ(file.parent_path(), folder.path());
+    EXPECT_THAT(file.filename().string(), testing::MatchesRegex("background-[0-9A-F-]+\\.png"));
+    EXPECT_EQ(test::readText(file), "picture");
+    images.picture.reset();
+    EXPECT_THROW(background.create(600, 400, "Demo", true), ImageCreatorError);
+}
+
+TEST(ImageView, putsTheArrowOnTheLineOfTheIcons) {
+    const Drawing drawing = ImageView{.width = 600, .height = 400}.draw();
+    const Path& arrow = std::get<Fill>(drawing.shapes.at(2)).path;
+    double left = 600, right = 0, top = 400, bottom = 0;
+    const auto include = [&](Point point) {
+        left = std::min(left, point.x), right = std::max(right, point.x);
+        top = std::min(top, point.y), bottom = std::max(bottom, point.y);
+    };
+    for (const Path::Element& element : arrow.elements) {
+        if (const auto* line = std::get_if<Path::Line>(&element))
+            include(line->to);
+        if (const auto* curve = std::get_if<Path::Curve>(&element))
+            include(curve->to);
+    }
+    const DMGConfiguration standard;
+    EXPECT_NEAR((top + bottom) / 2, static_cast<double>(standard.appIconY), 0.01);
+    const double room = static_cast<double>(standard.iconSize) / 2;
+    EXPECT_GT(left, static_cast<double>(standard.appIconX) + room);
+    EXPECT_LT(right, static_cast<double>(standard.applicationsLinkX) - room);
+    const TextLine label = linesOf(ImageView{.width = 600, .height = 400, .watermark = true}.draw()).back();
+    const double finderLabels = static_cast<double>(standard.appIconY) + room + 4 + 2.6 * 12;
+    EXPECT_GT(label.position.y - label.size / 2, finderLabels) << "clear of labels of two lines";
+}
+
+TEST(TemplateView, marksThePlacesOfTheConfiguration) {
+    const DMGConfiguration configuration{.windowWidth = 800,
+                                         .windowHeight = 500,
+                                         .iconSize = 128,
+                                         .appIconX = 210,
+                                         .appIconY = 230,
+                                         .applicationsLinkX = 590,
+                                         .applicationsLinkY = 240};
+    FakeImages images;
+    EXPECT_EQ(DMGBackgroundTemplate(images).create(configuration), copyBytes("picture"));
+    EXPECT_EQ(std::get<Colour>(std::get<Fill>(images.drawn.shapes.front()).paint),
+              TemplateView::blueprintBlue);
+    EXPECT_THAT(textsOf(images.drawn),
+                testing::IsSupersetOf({"DMG BACKGROUND TEMPLATE", "210, 230", "590, 240", "128 pt",
+                                       "halvo config set release dmg-background <your-file>"}));
+    for (const TextLine& line : linesOf(images.drawn))
+        EXPECT_TRUE(line.position.x > 0 && line.position.x < 800 && line.position.y > 0 &&
+                    line.position.y < 500);
+}
+
+TEST(DMGBackgroundImage, fitsTheWindowAsItIs) { // drawn and read by the system's image services
+    const test::TemporaryFolder folder;
+    const auto images = makeSystemImageServices();
+    const URL file = DMGBackgroundImage(*images, folder.path()).create(600, 400, "Demo", true);
+    const NormalizedBackground background =
+        DMGBackgroundNormalizer(*images, folder.path()).normalize(file, window);
+    EXPECT_EQ(background, NormalizedBackground({NormalizedBackground::Original{file, {1200, 800}}}));
+}
+
+} // namespace
+} // namespace halvo
