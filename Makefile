@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 
-.PHONY: help demo test build install package check bench fuzz lint format clean
+.PHONY: help demo test build install package check bench fuzz lint format pictures clean
 
 help: ## Show these commands
 	@sed -n 's/^\([a-z]*\):.*## /  make \1\t/p' $(MAKEFILE_LIST) | expand -t 18
@@ -60,6 +60,12 @@ fuzz: ## Run each fuzzer for FUZZ_SECONDS (60)
 
 format: ## Lay out the code
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+pictures: ## Draw the pictures of README anew
+	@tools/setup/install-dependencies --build
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release -j $(JOBS) --target pictures
+	@build/pictures docs/images
 
 lint: ## Check the layout and run clang-tidy
 	@git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror

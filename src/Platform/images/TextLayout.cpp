@@ -133,14 +133,11 @@ double baselineBelowMiddle(PangoContext* context, const TextLine& line, double s
 
 TextPainter::TextPainter(cairo_t* target) : target(target) {
     loadFontSettings();
+    const FcFontSet* installed = FcConfigGetFonts(nullptr, FcSetSystem);
+    if (installed == nullptr || installed->nfont == 0)
+        throw Failure("There is no font to draw text with. Install a font package such as fonts-inter.");
     fonts.reset(pango_cairo_font_map_new());
     context.reset(pango_font_map_create_context(fonts.get()));
-    PangoFontFamily** families = nullptr;
-    int count = 0;
-    pango_context_list_families(context.get(), &families, &count);
-    g_free(families);
-    if (count == 0)
-        throw Failure("There is no font to draw text with. Install a font package such as fonts-inter.");
     pango_cairo_update_context(target, context.get());
     // Letters keep their shapes and distances at two pixels for each point; fitting them to pixels would not.
     cairo_font_options_t* options = cairo_font_options_create();
