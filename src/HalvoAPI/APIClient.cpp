@@ -1,6 +1,7 @@
 #include <HalvoAPI/APIClient.h>
 
 #include "ContentType.h"
+#include "ResponseBody.h"
 
 #include <Models/JSONFields.h>
 #include <Platform/Files.h>
@@ -14,7 +15,7 @@ constexpr std::uint64_t responseLimit = std::uint64_t{64} << 20;
 
 /// The message of a failure's body, or `otherwise` when it holds none.
 std::string messageIn(const HTTPResponse& response, const char* otherwise) {
-    const auto json = nlohmann::json::parse(response.body, nullptr, false);
+    const nlohmann::json json = parseBody(response.body);
     try {
         return decodeJSON<APIResponse>(json).message;
     } catch (const ModelError&) {

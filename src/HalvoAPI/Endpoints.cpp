@@ -1,5 +1,7 @@
 #include <HalvoAPI/APIClient.h>
 
+#include "ResponseBody.h"
+
 #include <Models/JSONFields.h>
 
 namespace halvo {
@@ -33,8 +35,7 @@ constexpr const char* nameOf<MessageResponse> = "MessageResponse";
 template<typename Record>
 Record APIClient::decode(ByteView body) const {
     try {
-        // What is no JSON is a discarded value, which no record accepts.
-        return decodeJSON<Record>(nlohmann::json::parse(body.begin(), body.end(), nullptr, false));
+        return decodeJSON<Record>(parseBody(body));
     } catch (const ModelError& error) {
         log.write(LogLevel::error, component, "Response body: " + std::string(privateValue));
         log.write(LogLevel::error, component,
