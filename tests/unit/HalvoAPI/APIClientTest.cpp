@@ -86,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
                    APIError::DecodingError{},
                    "There was an error when decoding the response."},
         StatusCase{"deepNesting",
-                   {200, std::string(1'000'000, '[')},
+                   {200, std::string(100'000, '[')},
                    APIError::DecodingError{},
                    "There was an error when decoding the response."},
         StatusCase{"notHTTP",

@@ -109,6 +109,8 @@ void CurlExchange::configure() {
 #if LIBCURL_VERSION_NUM >= 0x075700
     set(easy, CURLOPT_QUICK_EXIT, 1L); // a name look-up that was given up is not waited for
 #endif
+    if (request.method == "POST")
+        set(easy, CURLOPT_FRESH_CONNECT, 1L); // on a kept one libcurl may send it twice, should that be cut
     if (isLoopbackHost(authority.host))
         set(easy, CURLOPT_PROXY, ""); // what is meant for this machine does not leave it
     set(easy, CURLOPT_CLOSESOCKETFUNCTION, &CurlConnections::closeSocket);
