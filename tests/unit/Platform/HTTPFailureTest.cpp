@@ -158,6 +158,9 @@ TEST(HTTPFailure, aCertificateThatNobodyVouchesForIsInsecure) {
     EXPECT_EQ(error.kind, Kind::insecure);
     EXPECT_THAT(error.description(), HasSubstr("The connection to 127.0.0.1 is not secure: "));
     EXPECT_THAT(error.description(), HasSubstr("self"));
+
+    const std::string sameServer = "https://localhost:" + address.substr(address.find(':') + 1) + "/";
+    EXPECT_EQ(makeSystemHTTPSession(certificate)->send({.url = sameServer}, {}).status, 200);
 }
 
 struct BadRequestCase {

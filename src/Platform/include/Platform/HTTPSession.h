@@ -4,6 +4,7 @@
 #include <Base/Failure.h>
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -60,10 +61,10 @@ public:
     Kind kind;
 };
 
-/// Sends requests over HTTP/1.1 or 2, TLS certificates always verified, proxies taken from the environment.
-/// Redirects are not followed: they come back as responses. So does the answer of a server that refuses a
-/// body before it has all of it. Connections are kept for later requests. Usable from several threads at
-/// once.
+/// Sends requests over HTTP/1.1 or 2, TLS certificates always verified, proxies taken from the environment
+/// except for hosts that are this machine. Redirects are not followed: they come back as responses. So does
+/// the answer of a server that refuses a body before it has all of it. Connections are kept for later
+/// requests. Usable from several threads at once.
 class HTTPSession {
 public:
     virtual ~HTTPSession() = default;
@@ -71,7 +72,9 @@ public:
     virtual HTTPResponse send(const HTTPRequest& request, const std::stop_token& cancellation) = 0;
 };
 
-/// The session of this system (libcurl), whose library is opened with the first request.
-std::unique_ptr<HTTPSession> makeSystemHTTPSession();
+/// The session of this system (libcurl), whose library is opened with the first request. Certificates are
+/// checked against the system's authorities, or against those in `authorities`, a PEM file, when one is
+/// named.
+std::unique_ptr<HTTPSession> makeSystemHTTPSession(const std::filesystem::path& authorities = {});
 
 } // namespace halvo

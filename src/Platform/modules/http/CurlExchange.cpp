@@ -1,6 +1,7 @@
 #include "CurlExchange.h"
 
 #include <Base/Text.h>
+#include <Base/URL.h>
 
 #include <algorithm>
 #include <charconv>
@@ -70,9 +71,10 @@ void set(CURL* easy, CURLoption option, Value value) {
 
 } // namespace
 
-CurlExchange::CurlExchange(CurlConnections& connections, const HTTPRequest& request)
-    : connections(connections), request(request), authority(parseAuthority(request.url)),
-      unsent(request.body) {
+CurlExchange::CurlExchange(CurlConnections& connections, const HTTPRequest& request,
+                           const std::string& authorities)
+    : connections(connections), request(request), authorities(authorities),
+      authority(parseAuthority(request.url)), unsent(request.body) {
     if (!isToken(request.method))
         refuse("An HTTP request to " + authority.host + " has no valid method.");
     for (const auto& [name, value] : request.headers)
@@ -96,6 +98,8 @@ void CurlExchange::configure() {
     set(easy, CURLOPT_FOLLOWLOCATION, 0L);
     set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    if (!authorities.empty())
+        set(easy, CURLOPT_CAINFO, authorities.c_str());
     set(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
     set(easy, CURLOPT_ACCEPT_ENCODING, "");
     set(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
@@ -105,6 +109,10 @@ void CurlExchange::configure() {
 #if LIBCURL_VERSION_NUM >= 0x075700
     set(easy, CURLOPT_QUICK_EXIT, 1L); // a name look-up that was given up is not waited for
 #endif
+    if (request.method == "POST")
+        set(easy, CURLOPT_FRESH_CONNECT, 1L); // on a kept one libcurl may send it twice, should that be cut
+    if (isLoopbackHost(authority.host))
+        set(easy, CURLOPT_PROXY, ""); // what is meant for this machine does not leave it
     set(easy, CURLOPT_CLOSESOCKETFUNCTION, &CurlConnections::closeSocket);
     set(easy, CURLOPT_CLOSESOCKETDATA, &connections);
     setReceivers();
