@@ -64,6 +64,7 @@ BinaryPreparationService::Artifact BinaryPreparationService::makeArtifact(const 
         report(request, Step::exporting);
         const URL app =
             tools.exportArchive(archived->archiveURL, dmg->codesignIdentity.teamID, request.exportSigning);
+        const TemporaryPath exportFolder(app.filePath().parent_path());
         tools.assertDistributable(app);
         return {buildDMG(app, *dmg, request), true};
     }

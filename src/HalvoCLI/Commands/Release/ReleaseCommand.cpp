@@ -4,6 +4,7 @@
 #include "CommandLine/CIEnvironment.h"
 
 #include <Base/Text.h>
+#include <HalvoNotarization/XcodeArchiveError.h>
 
 namespace halvo {
 namespace {
@@ -49,6 +50,10 @@ CLIError reportOf(const std::exception& error) {
         if (const auto* needed =
                 std::get_if<ArchiveExportError::ProvisioningProfileRequired>(&exporting->which))
             return CLIError::provisioningProfileRequired(needed->text);
+    if (const auto* archiving = dynamic_cast<const XcodeArchiveError*>(&error))
+        if (const auto* needed =
+                std::get_if<XcodeArchiveError::ProvisioningProfileRequired>(&archiving->which))
+            return CLIError::provisioningProfileRequired(needed->text);
     if (dynamic_cast<const CancelledError*>(&error) != nullptr)
         return {"cancelled", "The release was cancelled."};
     return {"release_failed", "Release failed: " + text};
@@ -63,9 +68,17 @@ std::string quoted(const std::filesystem::path& path) {
     return "'" + replacingAll(text, "'", "'\\''") + "'";
 }
 
-CLIError withKeptFile(const CLIError& report, const std::filesystem::path& file) {
-    return {report.code, report.description() + "\nThe prepared file stays at " + file.string() +
-                             "; `halvo release " + quoted(file) + "` uploads it without building again."};
+/// The report with a line for each thing that the release leaves behind.
+CLIError withLeftovers(const CLIError& report, const std::exception& error,
+                       const std::optional<KeptFile>& kept) {
+    std::string message = report.description();
+    const auto* exporting = dynamic_cast<const ArchiveExportError*>(&error);
+    if (exporting != nullptr && !exporting->exportFolder.empty())
+        message += "\nThe export folder stays at " + exporting->exportFolder.string() + ".";
+    if (kept)
+        message += "\nThe " + std::string(kept->kind) + " stays at " + kept->path.string() +
+                   "; `halvo release " + quoted(kept->path) + "` " + kept->use + " without building again.";
+    return {report.code, message};
 }
 
 class ReleaseCommand final : public Command {
@@ -82,7 +95,7 @@ public:
         if (options.beta)
             services.streams.standardError->write(
                 "warning: --beta is deprecated; use --channel beta instead.\n");
-        std::optional<std::filesystem::path> kept;
+        std::optional<KeptFile> kept;
         try {
             ReleaseFlow flow(options, services.platform, context);
             try {
@@ -100,10 +113,10 @@ public:
     }
 
 private:
-    static void report(const std::exception& error, const std::optional<std::filesystem::path>& kept,
+    static void report(const std::exception& error, const std::optional<KeptFile>& kept,
                        const Services& services, const OutputContext& context) {
-        const CLIError report = reportOf(error);
-        context.emit(kept ? withKeptFile(report, *kept) : report);
+        const CLIError report = withLeftovers(reportOf(error), error, kept);
+        context.emit(report);
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);
     }

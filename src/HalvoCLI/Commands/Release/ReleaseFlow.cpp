@@ -1,9 +1,10 @@
 #include "Commands/Release/ReleaseFlow.h"
 
 #include "Commands/Release/LocalOutput.h"
+#include "Commands/Release/ProjectBuild.h"
 #include "Commands/Release/ReleaseResults.h"
 
-#include <Base/Base64.h>
+#include <HalvoCore/AppcastReleaseRepository.h>
 #include <HalvoCore/AppcastReleaseUploader.h>
 #include <HalvoCore/S3AppcastStorage.h>
 #include <HalvoCore/TemporaryArtifact.h>
@@ -29,6 +30,31 @@ Alert notNotarizedAlert(const std::string& bundle) {
             TerminalText::command("xcrun notarytool store-credentials") + " and configure it with " +
             TerminalText::command("halvo config set release keychain-profile <name> -b " + bundle) +
             "\nLearn more: " + helpAddress::codesigning};
+}
+
+CLIError notOnTheService(const std::string& app) {
+    return {
+        "app_not_configured",
+        "App " + app +
+            " is not set up on this machine, and this version of Halvo does not publish to the hosted "
+            "service yet. Pass the S3 destination directly (--s3-bucket, --s3-region, --s3-public-url, or "
+            "HALVO_S3_* environment variables)."};
+}
+
+/// Throws CLIError when the archived app does not have the versions that were asked for.
+void verify(const ReleaseVersionOverride& versionOverride, const BundleInfo& info) {
+    try {
+        versionOverride.verify(info);
+    } catch (const ReleaseVersionOverrideError& error) {
+        throw CLIError::buildVersionOverrideIgnored(error);
+    }
+}
+
+/// What a local build tells of its steps: lines among the results for a person; nothing of its own in JSON.
+StepChange stepLines(const OutputContext& context) {
+    if (context.format() == OutputFormat::json)
+        return {};
+    return [&context](ReleaseState::Step step) { context.info("  " + std::string(text(step))); };
 }
 
 /// The icon that importing a ZIP archive or a disk image copied out of it.
@@ -58,22 +84,52 @@ ReleaseFlow::ReleaseFlow(const ReleaseOptions& options, Platform& platform, cons
       localApps(storage, keyChain, S3AppcastStorage::factory(platform), platform.clock), tools(platform),
       zipService(platform.temporaryDirectory, platform.cancellation), importer(zipService),
       preparation(tools, zipService, platform.cancellation),
-      credentials(options, platform.environment, keyChain, context) {}
+      credentials(options, platform.environment, keyChain, context), binaries(preparation, credentials) {}
 
 void ReleaseFlow::run() {
     channel = resolveChannel(options.channel, options.beta);
     const ReleaseInput input = resolveReleaseInput(options.path, std::filesystem::current_path());
     checkOptionsAgainstInput(options, input.kind);
+    std::optional<ResolvedProvisioningProfile> profile;
+    if (input.kind != ReleaseInput::Kind::bundle)
+        profile = resolveArchiveProvisioningProfile(options, platform);
+    if (input.kind == ReleaseInput::Kind::project)
+        releaseProject(input.url, profile);
+    else
+        releaseFrom(input, profile, {});
+}
+
+void ReleaseFlow::releaseProject(const URL& project,
+                                 const std::optional<ResolvedProvisioningProfile>& profile) {
+    ProjectBuild build(options, credentials, platform, context);
+    const ReleaseVersionOverride versions = build.resolveOverride(
+        project, [this](const std::string& bundle) { return fetchReleasedBuilds(bundle); });
+    TemporaryPath archive(build.archive(project, versions.buildSettings(), profile));
+    try {
+        releaseFrom({URL::file(archive.path()), ReleaseInput::Kind::archive}, profile, versions);
+    } catch (const ArchiveExportError& error) {
+        if (!error.exportFolder.empty())
+            kept = {archive.release(), "archive", "exports it"};
+        throw;
+    }
+}
+
+void ReleaseFlow::releaseFrom(const ReleaseInput& input,
+                              const std::optional<ResolvedProvisioningProfile>& profile,
+                              const ReleaseVersionOverride& versionOverride) {
     const ImportedBundle imported = importInput(input);
     const ImportedIconGuard iconGuard(imported);
+    verify(versionOverride, imported.bundleInfo());
 
     const ReleasePlanner planner(options, credentials, storage, tools, context);
     const std::string& bundle = imported.bundleInfo().identifier;
-    const ReleasePlan plan = planner.makePlan(bundle, input.kind != ReleaseInput::Kind::bundle);
+    const ReleasePlan plan = planner.makePlan(bundle, input.kind == ReleaseInput::Kind::archive, profile);
     // Before the app is signed, which would change it for nothing.
     if (plan.packageFormat.isDMG() && std::holds_alternative<ImportedBundle::App>(imported.value))
         throw StepNotAvailableError("Building a disk image");
     displayReleaseSettings(plan, context);
+    if (!versionOverride.isEmpty())
+        displayVersionOverride(versionOverride, options.buildNumber, context);
     if (!agreesToNotarization(imported, plan))
         return;
     const PrivateKey key = credentials.getSigningKey(bundle);
@@ -84,13 +140,6 @@ void ReleaseFlow::run() {
 }
 
 ImportedBundle ReleaseFlow::importInput(const ReleaseInput& input) {
-    if (input.kind == ReleaseInput::Kind::project) {
-        if (!options.scheme)
-            throw CLIError("missing_argument",
-                           "--scheme is required when releasing from an Xcode project or workspace");
-        using ImportError = BundleImportService::ImportError;
-        throw ImportError(ImportError::NotAvailable{"from an Xcode project"});
-    }
     return context.noora().progressStep({.message = "Extract app metadata",
                                          .successMessage = "App metadata extracted",
                                          .errorMessage = "Failed to extract app metadata"},
@@ -116,22 +165,6 @@ bool ReleaseFlow::agreesToNotarization(const ImportedBundle& imported, const Rel
     return context.confirm("Release without notarization?", options.skipNotarization);
 }
 
-PreparedBinary ReleaseFlow::prepare(const ImportedBundle& imported, const ReleasePlan& plan,
-                                    const PrivateKey& key, ProgressUpdater& line) {
-    const auto prepared = preparation.prepareBinary(
-        {.importedBundle = imported,
-         .privateKey = key,
-         .packageFormat = plan.packageFormat,
-         .notarizationPolicy = plan.notarizationPolicy,
-         .exportSigning = plan.exportSigning,
-         .onStepChange = [&line](ReleaseState::Step step) { line.update(text(step)); },
-         .onProgress = [&line](std::uint64_t done, std::uint64_t total) { line.progress(done, total); }});
-    return {.fileURL = prepared.fileURL,
-            .bundleInfo = imported.bundleInfo(),
-            .signature = encodeBase64(prepared.signature),
-            .shouldCleanup = prepared.shouldCleanup};
-}
-
 void ReleaseFlow::buildLocally(const ImportedBundle& imported, const ReleasePlan& plan,
                                const PrivateKey& key) {
     const BundleInfo& info = imported.bundleInfo();
@@ -140,7 +173,9 @@ void ReleaseFlow::buildLocally(const ImportedBundle& imported, const ReleasePlan
         {.message = "Preparing " + info.name,
          .successMessage = "Build artifact ready",
          .errorMessage = "Failed to prepare binary"},
-        [&](ProgressUpdater& line) { return prepare(imported, plan, key, line); });
+        [&](ProgressUpdater& line) {
+            return binaries.prepareBinaryWithProgress(imported, plan, key, line, stepLines(context));
+        });
     const std::filesystem::path directory =
         std::filesystem::absolute(expandingTilde(*options.output, platform.homeDirectory)).lexically_normal();
     const std::filesystem::path target =
@@ -155,6 +190,17 @@ void ReleaseFlow::buildLocally(const ImportedBundle& imported, const ReleasePlan
     result.path = target.string();
     context.noora().success("Artifact built successfully.");
     context.emit(result);
+}
+
+std::vector<Release> ReleaseFlow::fetchReleasedBuilds(const std::string& bundleIdentifier) {
+    const ReleaseDestination destination =
+        resolveReleaseDestination(bundleIdentifier, localApps, options.s3Destination, platform.environment);
+    const auto app = localAppOf(destination, {.name = bundleIdentifier, .identifier = bundleIdentifier});
+    if (!app)
+        throw notOnTheService("(" + bundleIdentifier + ")");
+    const S3Access access = credentials.resolveS3Credentials(bundleIdentifier);
+    S3AppcastStorage feed(app->storage.s3(), access.credentials, access.sessionToken, platform);
+    return AppcastReleaseRepository(app->name, feed, app->storage.publicBaseURL(), platform.clock).list();
 }
 
 ReleaseConfiguration ReleaseFlow::configuration() const {
@@ -174,12 +220,7 @@ void ReleaseFlow::publish(const ImportedBundle& imported, const ReleasePlan& pla
                      " (from flags/env).");
     if (const auto app = localAppOf(destination, info))
         return publishToS3(*app, imported, plan, key);
-    throw CLIError(
-        "app_not_configured",
-        "App \"" + info.name + "\" (" + info.identifier +
-            ") is not set up on this machine, and this version of Halvo does not publish to the hosted "
-            "service yet. Pass the S3 destination directly (--s3-bucket, --s3-region, --s3-public-url, or "
-            "HALVO_S3_* environment variables).");
+    throw notOnTheService("\"" + info.name + "\" (" + info.identifier + ")");
 }
 
 void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,
@@ -202,7 +243,7 @@ void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& importe
         {.message = "Preparing " + info.name,
          .successMessage = "Build artifact ready",
          .errorMessage = "Failed to prepare binary"},
-        [&](ProgressUpdater& line) { return prepare(imported, plan, key, line); });
+        [&](ProgressUpdater& line) { return binaries.prepareBinaryWithProgress(imported, plan, key, line); });
     DefaultReleasePublisher publisher(uploader);
     try {
         const UploadResult result =
@@ -224,7 +265,7 @@ void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& importe
     } catch (...) {
         if (prepared.shouldCleanup &&
             std::holds_alternative<ReleaseState::UploadFailed>(publisher.state().value))
-            kept = prepared.fileURL.filePath();
+            kept = {prepared.fileURL.filePath(), "prepared file", "uploads it"};
         throw;
     }
 }

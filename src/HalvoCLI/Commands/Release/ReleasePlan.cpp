@@ -10,14 +10,15 @@ bool isGiven(const std::optional<std::string>& option) { return option && !optio
 
 } // namespace
 
-ReleasePlan ReleasePlanner::makePlan(const std::string& bundleIdentifier, bool fromArchive) const {
+ReleasePlan ReleasePlanner::makePlan(const std::string& bundleIdentifier, bool fromArchive,
+                                     const std::optional<ResolvedProvisioningProfile>& profile) const {
     ReleasePlan plan = resolveReleaseSettings(bundleIdentifier);
     if (plan.settings) {
         validate(*plan.settings, tools);
         plan.packageFormat = plan.settings->packageFormat(plan.watermark, plan.background);
     }
     if (fromArchive)
-        plan.exportSigning = exportSigning(plan.settings);
+        plan.exportSigning = exportSigning(plan.settings, profile);
     plan.notarizationPolicy = resolvedNotarizationPolicy(plan.settings);
     return plan;
 }
@@ -89,10 +90,15 @@ ReleasePlanner::resolvedNotarizationPolicy(const std::optional<ReleaseSettings>&
 }
 
 std::optional<ArchiveExporter::Signing>
-ReleasePlanner::exportSigning(const std::optional<ReleaseSettings>& settings) const {
+ReleasePlanner::exportSigning(const std::optional<ReleaseSettings>& settings,
+                              const std::optional<ResolvedProvisioningProfile>& profile) const {
+    using Signing = ArchiveExporter::Signing;
+    if (profile && profile->bundleIdentifier)
+        return Signing{
+            Signing::Manual{.identity = profile->identity,
+                            .provisioningProfiles = {{*profile->bundleIdentifier, profile->specifier}}}};
     if (settings && (isGiven(options.codesignIdentity) || !context.interactive()))
-        return ArchiveExporter::Signing{
-            ArchiveExporter::Signing::Manual{.identity = settings->codesignIdentity.name}};
+        return Signing{Signing::Manual{.identity = settings->codesignIdentity.name}};
     return std::nullopt;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Commands/Release/ReleaseCredentials.h"
+#include "Commands/Release/SuppliedProvisioningProfile.h"
 
 #include <HalvoCore/DistributionTools.h>
 #include <HalvoCore/StorageController.h>
@@ -30,8 +31,10 @@ public:
                    StorageControllerProtocol& storage, DistributionTools& tools, const OutputContext& context)
         : options(options), credentials(credentials), storage(storage), tools(tools), context(context) {}
 
-    /// Throws CLIError `missing_argument`, CodesigningError, and what reading the settings throws.
-    ReleasePlan makePlan(const std::string& bundleIdentifier, bool fromArchive) const;
+    /// `profile` signs what is exported from an archive. Throws CLIError `missing_argument`,
+    /// CodesigningError, and what reading the settings throws.
+    ReleasePlan makePlan(const std::string& bundleIdentifier, bool fromArchive,
+                         const std::optional<ResolvedProvisioningProfile>& profile = {}) const;
 
 private:
     ReleasePlan resolveReleaseSettings(const std::string& bundleIdentifier) const;
@@ -40,7 +43,8 @@ private:
     void requireNotarization(const std::optional<ReleaseSettings>& stored) const;
     NotarizationPolicy resolvedNotarizationPolicy(const std::optional<ReleaseSettings>& settings) const;
     std::optional<ArchiveExporter::Signing>
-    exportSigning(const std::optional<ReleaseSettings>& settings) const;
+    exportSigning(const std::optional<ReleaseSettings>& settings,
+                  const std::optional<ResolvedProvisioningProfile>& profile) const;
     void noteIgnoredBackgroundFlag() const;
 
     const ReleaseOptions& options;
