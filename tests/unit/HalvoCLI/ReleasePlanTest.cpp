@@ -173,6 +173,21 @@ TEST(ReleasePlan, exportsByHandWhenAnIdentityIsNamedOrNobodyIsThere) {
     EXPECT_FALSE(PlannedRun({}, settings("p")).plan(false).exportSigning);
 }
 
+TEST(ReleasePlan, exportsWithAProfileThatNamesItsApp) {
+    const PlannedRun run({.codesignIdentity = "Other"}, settings("p"));
+    ResolvedProvisioningProfile profile{.identity = "Mine", .specifier = "0F2C", .bundleIdentifier = bundle};
+    const ReleasePlanner planner(run.options, run.credentials, run.storage, run.tools, run.context);
+    const auto manual = [&] {
+        return std::get<ArchiveExporter::Signing::Manual>(
+            planner.makePlan(bundle, true, profile).exportSigning.value().value);
+    };
+    EXPECT_EQ(manual().identity, "Mine");
+    EXPECT_EQ(manual().provisioningProfiles, (std::map<std::string, std::string>{{bundle, "0F2C"}}));
+    profile.bundleIdentifier.reset();
+    EXPECT_EQ(manual().identity, "Other");
+    EXPECT_TRUE(manual().provisioningProfiles.empty());
+}
+
 TEST(ReleasePlan, showsItsDecisionsToPeopleOnly) {
     const PlannedRun text({}, settings("p"));
     displayReleaseSettings(text.plan(), text.context);

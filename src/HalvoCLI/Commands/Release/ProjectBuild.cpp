@@ -1,9 +1,6 @@
 #include "Commands/Release/ProjectBuild.h"
 
-#include "ServiceFailure.h"
-
 #include <Base/Text.h>
-#include <Base/Unicode.h>
 
 namespace halvo {
 namespace {
@@ -85,7 +82,7 @@ std::int64_t ProjectBuild::resolveAutoBuildNumber(const URL& project, const Fetc
                 ? *options.bundleId
                 : xcode.bundleIdentifier(project.filePath(), projectType(project), *options.scheme);
         line.update("Fetching released builds for " + bundle);
-        return nextBundleVersion(requireLogin([&] { return fetchReleases(bundle); }));
+        return nextBundleVersion(fetchReleases(bundle));
     } catch (const CLIError&) {
         throw;
     } catch (const CancelledError&) {

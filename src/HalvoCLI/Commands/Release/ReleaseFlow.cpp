@@ -3,8 +3,8 @@
 #include "Commands/Release/LocalOutput.h"
 #include "Commands/Release/ProjectBuild.h"
 #include "Commands/Release/ReleaseResults.h"
+#include "Commands/Release/ReleasedBuilds.h"
 
-#include <HalvoCore/AppcastReleaseRepository.h>
 #include <HalvoCore/AppcastReleaseUploader.h>
 #include <HalvoCore/S3AppcastStorage.h>
 #include <HalvoCore/TemporaryArtifact.h>
@@ -30,15 +30,6 @@ Alert notNotarizedAlert(const std::string& bundle) {
             TerminalText::command("xcrun notarytool store-credentials") + " and configure it with " +
             TerminalText::command("halvo config set release keychain-profile <name> -b " + bundle) +
             "\nLearn more: " + helpAddress::codesigning};
-}
-
-CLIError notOnTheService(const std::string& app) {
-    return {
-        "app_not_configured",
-        "App " + app +
-            " is not set up on this machine, and this version of Halvo does not publish to the hosted "
-            "service yet. Pass the S3 destination directly (--s3-bucket, --s3-region, --s3-public-url, or "
-            "HALVO_S3_* environment variables)."};
 }
 
 /// Throws CLIError when the archived app does not have the versions that were asked for.
@@ -102,8 +93,9 @@ void ReleaseFlow::run() {
 void ReleaseFlow::releaseProject(const URL& project,
                                  const std::optional<ResolvedProvisioningProfile>& profile) {
     ProjectBuild build(options, credentials, platform, context);
-    const ReleaseVersionOverride versions = build.resolveOverride(
-        project, [this](const std::string& bundle) { return fetchReleasedBuilds(bundle); });
+    const ReleaseVersionOverride versions = build.resolveOverride(project, [this](const std::string& bundle) {
+        return fetchReleasedBuilds(bundle, credentials, localApps, options.s3Destination, platform);
+    });
     TemporaryPath archive(build.archive(project, versions.buildSettings(), profile));
     try {
         releaseFrom({URL::file(archive.path()), ReleaseInput::Kind::archive}, profile, versions);
@@ -192,17 +184,6 @@ void ReleaseFlow::buildLocally(const ImportedBundle& imported, const ReleasePlan
     context.emit(result);
 }
 
-std::vector<Release> ReleaseFlow::fetchReleasedBuilds(const std::string& bundleIdentifier) {
-    const ReleaseDestination destination =
-        resolveReleaseDestination(bundleIdentifier, localApps, options.s3Destination, platform.environment);
-    const auto app = localAppOf(destination, {.name = bundleIdentifier, .identifier = bundleIdentifier});
-    if (!app)
-        throw notOnTheService("(" + bundleIdentifier + ")");
-    const S3Access access = credentials.resolveS3Credentials(bundleIdentifier);
-    S3AppcastStorage feed(app->storage.s3(), access.credentials, access.sessionToken, platform);
-    return AppcastReleaseRepository(app->name, feed, app->storage.publicBaseURL(), platform.clock).list();
-}
-
 ReleaseConfiguration ReleaseFlow::configuration() const {
     return {.releaseNotes = options.releaseNotes.value_or(""),
             .channel = channel,
@@ -220,7 +201,12 @@ void ReleaseFlow::publish(const ImportedBundle& imported, const ReleasePlan& pla
                      " (from flags/env).");
     if (const auto app = localAppOf(destination, info))
         return publishToS3(*app, imported, plan, key);
-    throw notOnTheService("\"" + info.name + "\" (" + info.identifier + ")");
+    throw CLIError(
+        "app_not_configured",
+        "App \"" + info.name + "\" (" + info.identifier +
+            ") is not set up on this machine, and this version of Halvo does not publish to the hosted "
+            "service yet. Pass the S3 destination directly (--s3-bucket, --s3-region, --s3-public-url, or "
+            "HALVO_S3_* environment variables).");
 }
 
 void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,

@@ -45,8 +45,6 @@ private:
     void publish(const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key);
     void publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,
                      const PrivateKey& key);
-    /// The releases at the destination of this run.
-    std::vector<Release> fetchReleasedBuilds(const std::string& bundleIdentifier);
     ReleaseConfiguration configuration() const;
 
     const ReleaseOptions& options;
