@@ -26,7 +26,8 @@ struct PlannedRun {
         tools.identities = {stored, other};
     }
     ReleasePlan plan(bool fromArchive = false) const {
-        return ReleasePlanner(options, credentials, storage, tools, context).makePlan(bundle, fromArchive);
+        return ReleasePlanner(options, credentials, storage, tools, test.platform, context)
+            .makePlan(bundle, fromArchive);
     }
 
     ReleaseOptions options;

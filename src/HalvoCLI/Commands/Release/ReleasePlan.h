@@ -27,10 +27,13 @@ struct ReleasePlan {
 class ReleasePlanner {
 public:
     ReleasePlanner(const ReleaseOptions& options, const ReleaseCredentials& credentials,
-                   StorageControllerProtocol& storage, DistributionTools& tools, const OutputContext& context)
-        : options(options), credentials(credentials), storage(storage), tools(tools), context(context) {}
+                   StorageControllerProtocol& storage, DistributionTools& tools, const Platform& platform,
+                   const OutputContext& context)
+        : options(options), credentials(credentials), storage(storage), tools(tools), platform(platform),
+          context(context) {}
 
-    /// Throws CLIError `missing_argument`, CodesigningError, and what reading the settings throws.
+    /// Warns of a background that is ignored or not sharp. Throws CLIError `missing_argument`,
+    /// CodesigningError, Failure for a background that does not fit, and what reading the settings throws.
     ReleasePlan makePlan(const std::string& bundleIdentifier, bool fromArchive) const;
 
 private:
@@ -47,6 +50,7 @@ private:
     const ReleaseCredentials& credentials;
     StorageControllerProtocol& storage;
     DistributionTools& tools;
+    const Platform& platform;
     const OutputContext& context;
 };
 
