@@ -41,6 +41,7 @@ struct SystemPlatform::Parts {
     std::unique_ptr<HTTPSession> http = makeSystemHTTPSession();
     std::unique_ptr<ImageServices> images = makeSystemImageServices();
     SystemWorkspace workspace{environment};
+    SystemVolumeFacts volumes{};
     SystemLog log{};
     Platform platform;
 
@@ -54,6 +55,7 @@ struct SystemPlatform::Parts {
                    .http = *http,
                    .images = *images,
                    .workspace = workspace,
+                   .volumes = volumes,
                    .log = log,
                    .temporaryDirectory = temporaryDirectoryOf(environment),
                    .homeDirectory = home,

@@ -89,7 +89,7 @@ URL BinaryPreparationService::zipApp(const URL& appURL, const Request& request) 
 URL BinaryPreparationService::buildDMG(const URL& appURL, const PackageFormat::DMG& format,
                                        const Request& request) {
     report(request, Step::creatingDMG);
-    return tools.createDMG(appURL, request.importedBundle.bundleInfo().name, format);
+    return tools.createDMG(appURL, request.importedBundle.bundleInfo().name, format, request.onProgress);
 }
 
 void BinaryPreparationService::notarize(const URL& file, const Request& request) {

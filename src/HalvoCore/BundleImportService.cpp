@@ -27,7 +27,7 @@ std::string BundleImportService::ImportError::describe(const Case& which) {
 ImportedBundle BundleImportService::importBundle(const URL& url) const {
     const std::string extension = lowercased(url.pathExtension());
     if (extension == "dmg")
-        throw ImportError(ImportError::NotAvailable{"a disk image"});
+        return {ImportedBundle::DMG{dmgService.extractBundleInfo(url), url}};
     if (extension == "zip")
         return {ImportedBundle::ZIP{zipService.extractBundleInfo(url), url}};
     const auto bundle = Bundle::open(url.filePath());

@@ -26,7 +26,8 @@ struct PlannedRun {
         tools.identities = {stored, other};
     }
     ReleasePlan plan(bool fromArchive = false) const {
-        return ReleasePlanner(options, credentials, storage, tools, context).makePlan(bundle, fromArchive);
+        return ReleasePlanner(options, credentials, storage, tools, test.platform, context)
+            .makePlan(bundle, fromArchive);
     }
 
     ReleaseOptions options;
@@ -176,7 +177,8 @@ TEST(ReleasePlan, exportsByHandWhenAnIdentityIsNamedOrNobodyIsThere) {
 TEST(ReleasePlan, exportsWithAProfileThatNamesItsApp) {
     const PlannedRun run({.codesignIdentity = "Other"}, settings("p"));
     ResolvedProvisioningProfile profile{.identity = "Mine", .specifier = "0F2C", .bundleIdentifier = bundle};
-    const ReleasePlanner planner(run.options, run.credentials, run.storage, run.tools, run.context);
+    const ReleasePlanner planner(run.options, run.credentials, run.storage, run.tools, run.test.platform,
+                                 run.context);
     const auto manual = [&] {
         return std::get<ArchiveExporter::Signing::Manual>(
             planner.makePlan(bundle, true, profile).exportSigning.value().value);

@@ -2,8 +2,10 @@
 #include "Commands/Release/ReleaseFlow.h"
 
 #include "CommandLine/CIEnvironment.h"
+#include "Output/AppManagementSettingsPrompt.h"
 
 #include <Base/Text.h>
+#include <HalvoDMG/DMGCreationError.h>
 #include <HalvoNotarization/XcodeArchiveError.h>
 
 namespace halvo {
@@ -39,6 +41,13 @@ constexpr const char* discussionText =
     "  halvo release MyApp.app --output .\n"
     "  halvo release MyApp.app --format json";
 
+/// Whether the system refused a tool that builds disk images what only its user can allow.
+bool isNotPermitted(const std::exception& error) {
+    const auto* creation = dynamic_cast<const DMGCreationError*>(&error);
+    return creation != nullptr &&
+           std::holds_alternative<DMGCreationError::OperationNotPermitted>(creation->which);
+}
+
 /// What a failure is reported as, whatever the format.
 CLIError reportOf(const std::exception& error) {
     if (const auto* own = dynamic_cast<const CLIError*>(&error))
@@ -54,6 +63,8 @@ CLIError reportOf(const std::exception& error) {
         if (const auto* needed =
                 std::get_if<XcodeArchiveError::ProvisioningProfileRequired>(&archiving->which))
             return CLIError::provisioningProfileRequired(needed->text);
+    if (isNotPermitted(error))
+        return {"release_failed", text};
     if (dynamic_cast<const CancelledError*>(&error) != nullptr)
         return {"cancelled", "The release was cancelled."};
     return {"release_failed", "Release failed: " + text};
@@ -119,6 +130,9 @@ private:
         context.emit(report);
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);
+        if (isNotPermitted(error) && context.format() == OutputFormat::text && context.interactive() &&
+            context.noora().interactive())
+            AppManagementSettingsPrompt::offerToOpen(context.noora(), services.platform.workspace);
     }
 
     ReleaseOptions options{};

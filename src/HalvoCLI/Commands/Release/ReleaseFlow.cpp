@@ -73,8 +73,9 @@ ReleaseFlow::ReleaseFlow(const ReleaseOptions& options, Platform& platform, cons
     : options(options), platform(platform), context(context), keyChain(platform.keychainItems),
       storage(platform.userDefaults),
       localApps(storage, keyChain, S3AppcastStorage::factory(platform), platform.clock), tools(platform),
-      zipService(platform.temporaryDirectory, platform.cancellation), importer(zipService),
-      preparation(tools, zipService, platform.cancellation),
+      zipService(platform.temporaryDirectory, platform.cancellation),
+      dmgService(platform.processes, platform.log, platform.temporaryDirectory, platform.cancellation),
+      importer(zipService, dmgService), preparation(tools, zipService, platform.cancellation),
       credentials(options, platform.environment, keyChain, context), binaries(preparation, credentials) {}
 
 void ReleaseFlow::run() {
@@ -113,12 +114,9 @@ void ReleaseFlow::releaseFrom(const ReleaseInput& input,
     const ImportedIconGuard iconGuard(imported);
     verify(versionOverride, imported.bundleInfo());
 
-    const ReleasePlanner planner(options, credentials, storage, tools, context);
+    const ReleasePlanner planner(options, credentials, storage, tools, platform, context);
     const std::string& bundle = imported.bundleInfo().identifier;
     const ReleasePlan plan = planner.makePlan(bundle, input.kind == ReleaseInput::Kind::archive, profile);
-    // Before the app is signed, which would change it for nothing.
-    if (plan.packageFormat.isDMG() && std::holds_alternative<ImportedBundle::App>(imported.value))
-        throw StepNotAvailableError("Building a disk image");
     displayReleaseSettings(plan, context);
     if (!versionOverride.isEmpty())
         displayVersionOverride(versionOverride, options.buildNumber, context);

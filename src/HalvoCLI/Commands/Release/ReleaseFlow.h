@@ -58,6 +58,7 @@ private:
     LocalAppRepository localApps;
     SystemDistributionTools tools;
     ZipService zipService;
+    DMGService dmgService;
     BundleImportService importer;
     BinaryPreparationService preparation;
     ReleaseCredentials credentials;

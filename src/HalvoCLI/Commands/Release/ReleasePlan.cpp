@@ -1,6 +1,12 @@
 #include "Commands/Release/ReleasePlan.h"
 
+#include "Commands/Release/ReleaseInput.h"
+
 #include <HalvoCore/ReleaseController.h>
+#include <HalvoCore/ReleasePolicies.h>
+#include <HalvoDMG/DMGBackground.h>
+#include <HalvoDMG/DMGConfiguration.h>
+#include <HalvoDMG/DMGCreationError.h>
 #include <HalvoNotarization/CodesigningError.h>
 
 namespace halvo {
@@ -63,9 +69,25 @@ CodesignIdentity ReleasePlanner::resolveIdentity(const std::optional<ReleaseSett
 }
 
 std::optional<URL> ReleasePlanner::resolveBackground(const std::optional<ReleaseSettings>& stored) const {
-    if (isGiven(options.dmgBackground) || (stored && stored->dmgBackgroundURL))
-        throw StepNotAvailableError("A disk image with a background of your own");
-    return std::nullopt;
+    std::optional<URL> requested;
+    if (isGiven(options.dmgBackground))
+        requested = URL::file(expandingTilde(*options.dmgBackground, platform.homeDirectory));
+    const std::optional<URL> background =
+        DMGBackgroundPolicy::resolve(requested, stored ? stored->dmgBackgroundURL : std::nullopt, true)
+            .custom;
+    if (!background)
+        return std::nullopt;
+    try {
+        // Found out here, before anything is built; a copy that was made to fit goes at once.
+        const auto fitted = DMGBackground::fitted(*background, DMGConfiguration().windowSize(),
+                                                  platform.images, platform.temporaryDirectory);
+        if (fitted.retinaWarning())
+            context.noora().warning({{.message = *fitted.retinaWarning()}});
+    } catch (const DMGCreationError& error) {
+        throw Failure(error.description() +
+                      " The release was stopped so it doesn't ship with the wrong background.");
+    }
+    return background;
 }
 
 void ReleasePlanner::requireNotarization(const std::optional<ReleaseSettings>& stored) const {

@@ -28,11 +28,14 @@ struct ReleasePlan {
 class ReleasePlanner {
 public:
     ReleasePlanner(const ReleaseOptions& options, const ReleaseCredentials& credentials,
-                   StorageControllerProtocol& storage, DistributionTools& tools, const OutputContext& context)
-        : options(options), credentials(credentials), storage(storage), tools(tools), context(context) {}
+                   StorageControllerProtocol& storage, DistributionTools& tools, const Platform& platform,
+                   const OutputContext& context)
+        : options(options), credentials(credentials), storage(storage), tools(tools), platform(platform),
+          context(context) {}
 
-    /// `profile` signs what is exported from an archive. Throws CLIError `missing_argument`,
-    /// CodesigningError, and what reading the settings throws.
+    /// `profile` signs what is exported from an archive. Warns of a background that is ignored or not sharp.
+    /// Throws CLIError `missing_argument`, CodesigningError, Failure for a background that does not fit, and
+    /// what reading the settings throws.
     ReleasePlan makePlan(const std::string& bundleIdentifier, bool fromArchive,
                          const std::optional<ResolvedProvisioningProfile>& profile = {}) const;
 
@@ -51,6 +54,7 @@ private:
     const ReleaseCredentials& credentials;
     StorageControllerProtocol& storage;
     DistributionTools& tools;
+    const Platform& platform;
     const OutputContext& context;
 };
 

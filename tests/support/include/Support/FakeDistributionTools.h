@@ -35,7 +35,8 @@ public:
         note("export " + archiveURL.lastPathComponent() + " for " + teamID + ", signing " + way);
         return exportedApp;
     }
-    URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG&) override {
+    URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG&,
+                  const ByteProgress&) override {
         note("createDMG " + appName + " from " + appURL.lastPathComponent());
         return dmg;
     }
