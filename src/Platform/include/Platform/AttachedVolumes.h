@@ -66,6 +66,8 @@ public:
     class Slot {
     public:
         const std::string& device() const { return name; }
+        /// A folder for nobody else, with mode 0700; removed with the device.
+        const std::filesystem::path& path() const { return folder; }
         /// An empty folder for the volume, named after it as far as a file name can be. Made with mode 0700.
         std::filesystem::path makeMountPoint(const std::string& volumeName) const;
         /// Absent when there is none, or its volume is gone.
