@@ -11,6 +11,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 
 namespace halvo::hfsplus {
 
@@ -53,8 +54,9 @@ public:
     VolumeContents& operator=(VolumeContents&&) noexcept;
     ~VolumeContents();
 
-    /// Of the smallest volume that holds the content, in bytes: a multiple of the block size 4096.
-    std::uint64_t minimumSize() const;
+    /// Of the smallest volume of that name that holds the content, in bytes: a multiple of the block size 4096.
+    /// Throws HFSPlusError (`InvalidName`, `TooLarge`).
+    std::uint64_t minimumSize(std::string_view volumeName) const;
     /// Of every item and of the root.
     const CatalogIDs& catalogIDs() const;
 
