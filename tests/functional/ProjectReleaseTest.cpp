@@ -37,8 +37,8 @@ class ProjectRelease : public ReleaseTest {
 protected:
     ProjectRelease() {
         std::filesystem::create_directories(work / "Demo.xcodeproj");
-        for (const auto& [name, value] : tools.programVariables())
-            variables.emplace(name, value);
+        variables.merge(tools.programVariables());
+        makeToolRoot();
         secrets.emplace_back("p8 key");
         folder.write("work/Demo.provisionprofile", "signed profile");
     }
@@ -48,6 +48,15 @@ protected:
         Arguments all{"Demo.xcodeproj", "--scheme", "Demo", "--skip-notarization", "--output", "out"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return release(all, changes);
+    }
+
+    /// The scripted tools, and real ones for what goes into a disk image.
+    void makeToolRoot() {
+        script("mkdir -p ../root/bin; cp -R \"$1/usr\" ../root; ln -sf \"$1/scripted_tool\" ../root; "
+               "ln -s \"$2/usr/bin/hdiutil\" \"$2/usr/bin/SetFile\" ../root/usr/bin; ln -s /bin/chmod "
+               "../root/bin",
+               {variables.at("HALVO_TOOL_ROOT"), HALVO_TOOLBOX});
+        variables["HALVO_TOOL_ROOT"] = folder / "root";
     }
 
     /// Makes `security` open every profile as this one.
@@ -62,6 +71,12 @@ protected:
         changes.merge(profile);
         tools.write("profile.plist", viewText(PropertyList(std::move(changes)).xml()));
         tools.script("security cms", {R"([{"file": "{here}/profile.plist"}])"});
+    }
+
+    std::vector<ScriptedCall> exportCalls() const {
+        std::vector<ScriptedCall> calls = tools.calls();
+        std::erase_if(calls, [](const ScriptedCall& call) { return call.exportOptions.empty(); });
+        return calls;
     }
 
     std::vector<std::string> temporaryNames() const {
@@ -84,7 +99,7 @@ void expectReport(const Outcome& outcome, const std::string& code,
     EXPECT_EQ(report.at("code"), code);
     EXPECT_THAT(report.at("message").get<std::string>(), message);
     EXPECT_EQ(report.size(), 2U);
-    EXPECT_THAT(outcome.error, EndsWith("\nError: " + report.at("message").get<std::string>() + "\n"));
+    EXPECT_THAT("\n" + outcome.error, EndsWith("\nError: " + report.at("message").get<std::string>() + "\n"));
 }
 
 constexpr const char* archivesNeedDMG =
@@ -119,7 +134,7 @@ TEST_P(SigningLadder, archivesAnewWithWhatMayProvideAProfile) {
     const Outcome outcome = build(arguments, row.variables);
     expectReport(outcome, "release_failed", archivesNeedDMG);
     EXPECT_THAT(outcome.error, HasSubstr("\n" + std::string(row.line) + "\n"));
-    EXPECT_THAT(outcome.error, HasSubstr("\nXcode archive created"));
+    EXPECT_THAT(outcome.error, HasSubstr(" Xcode archive created ("));
     const auto calls = tools.argumentsOf("xcodebuild archive");
     ASSERT_THAT(calls, SizeIs(2));
     EXPECT_THAT(calls[0], Contains("CODE_SIGN_IDENTITY=-"));
@@ -214,12 +229,15 @@ struct BuildNumberCase {
 
 class BuildNumbers : public ProjectRelease, public testing::WithParamInterface<BuildNumberCase> {};
 
+/// Items of two versions; the second is a draft.
 constexpr const char* feed =
     R"(<rss xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>
-<item><title>1.1</title><enclosure url="https://dl.example.com/files/a.zip" length="1" sparkle:version="12"
- sparkle:shortVersionString="1.1" sparkle:edSignature="x"/></item>
-<item><title>2.0</title><sparkle:channel>unreleased</sparkle:channel><enclosure url="https://dl.example.com/files/b.zip"
- length="1" sparkle:version="41" sparkle:shortVersionString="2.0" sparkle:edSignature="x"/></item>
+<item><title>1.1</title><pubDate>Thu, 02 Jan 2025 10:00:00 +0000</pubDate><sparkle:version>12</sparkle:version>
+<sparkle:shortVersionString>1.1</sparkle:shortVersionString>
+<enclosure url="https://dl.example.com/files/a.zip" length="1" sparkle:edSignature="x"/></item>
+<item><title>2.0</title><pubDate>Thu, 02 Jan 2025 10:00:00 +0000</pubDate><sparkle:version>41</sparkle:version>
+<sparkle:shortVersionString>2.0</sparkle:shortVersionString><sparkle:channel>unreleased</sparkle:channel>
+<enclosure url="https://dl.example.com/files/b.zip" length="1" sparkle:edSignature="x"/></item>
 </channel></rss>)";
 
 TEST_P(BuildNumbers, reachXcodebuildAndThePerson) {
@@ -327,16 +345,18 @@ INSTANTIATE_TEST_SUITE_P(
 /// With a disk image to build, so that the archive is exported.
 const Arguments toDMG{"--format", "json", "--codesign-identity", identity};
 
-TEST_F(ProjectRelease, exportsAnewWithTheKey) {
+TEST_F(ProjectRelease, exportsAnewWithTheKeyAndBuildsADiskImage) {
     tools.script("xcodebuild -exportArchive", {needsProfile, exports});
     const Outcome outcome = build(toDMG, apiKey);
-    EXPECT_THAT(
-        outcome.error,
-        HasSubstr("\nEntitlements require a provisioning profile; retrying export with App Store Connect "
-                  "API-key provisioning\n"));
-    std::vector<ScriptedCall> calls = tools.calls();
-    std::erase_if(calls,
-                  [](const ScriptedCall& call) { return call.command != "xcodebuild -exportArchive"; });
+    EXPECT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_THAT(outcome.error,
+                HasSubstr("\nEntitlements require a provisioning profile; retrying export with App "
+                          "Store Connect API-key provisioning\n"));
+    const auto result = nlohmann::json::parse(outcome.output);
+    EXPECT_EQ(result.at("path"), (work / "out/Demo-1.2.dmg").string());
+    EXPECT_EQ(result.at("format"), "dmg");
+    EXPECT_EQ(result.at("fileSize"), std::filesystem::file_size(work / "out/Demo-1.2.dmg"));
+    const auto calls = exportCalls();
     ASSERT_THAT(calls, SizeIs(2));
     EXPECT_THAT(calls[0].exportOptions, HasSubstr("<string>manual</string>"));
     EXPECT_THAT(calls[1].exportOptions, HasSubstr("<string>automatic</string>"));
@@ -367,9 +387,7 @@ TEST_F(ProjectRelease, exportsWithTheGivenProfileAndNoKeyAfterIt) {
     Arguments arguments = toDMG;
     arguments.insert(arguments.end(), {"--provisioning-profile", "Demo.provisionprofile"});
     expectReport(build(arguments, apiKey), "provisioning_profile_required", testing::_);
-    std::vector<ScriptedCall> calls = tools.calls();
-    std::erase_if(calls,
-                  [](const ScriptedCall& call) { return call.command != "xcodebuild -exportArchive"; });
+    const auto calls = exportCalls();
     ASSERT_THAT(calls, SizeIs(1));
     EXPECT_THAT(calls[0].exportOptions,
                 testing::ContainsRegex("<key>com.example.demo</key>[ \t\n]*<string>" + uuid));
