@@ -3,8 +3,8 @@
 
 #include "CommandLine/CIEnvironment.h"
 #include "Output/AppManagementSettingsPrompt.h"
+#include "ServiceFailure.h"
 
-#include <Base/Text.h>
 #include <HalvoDMG/DMGCreationError.h>
 #include <HalvoNotarization/XcodeArchiveError.h>
 
@@ -52,6 +52,8 @@ bool isNotPermitted(const std::exception& error) {
 CLIError reportOf(const std::exception& error) {
     if (const auto* own = dynamic_cast<const CLIError*>(&error))
         return *own;
+    if (const auto* service = dynamic_cast<const APIError*>(&error))
+        return reportOf(*service);
     const std::string text = describe(error);
     if (dynamic_cast<const KeychainError*>(&error) != nullptr)
         return {"keychain_error", "Key error: " + text};
@@ -70,28 +72,6 @@ CLIError reportOf(const std::exception& error) {
     return {"release_failed", "Release failed: " + text};
 }
 
-/// As it can be pasted into a shell.
-std::string quoted(const std::filesystem::path& path) {
-    const std::string text = path.string();
-    if (text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/._-+@%") ==
-        std::string::npos)
-        return text;
-    return "'" + replacingAll(text, "'", "'\\''") + "'";
-}
-
-/// The report with a line for each thing that the release leaves behind.
-CLIError withLeftovers(const CLIError& report, const std::exception& error,
-                       const std::optional<KeptFile>& kept) {
-    std::string message = report.description();
-    const auto* exporting = dynamic_cast<const ArchiveExportError*>(&error);
-    if (exporting != nullptr && !exporting->exportFolder.empty())
-        message += "\nThe export folder stays at " + exporting->exportFolder.string() + ".";
-    if (kept)
-        message += "\nThe " + std::string(kept->kind) + " stays at " + kept->path.string() +
-                   "; `halvo release " + quoted(kept->path) + "` " + kept->use + " without building again.";
-    return {report.code, message};
-}
-
 class ReleaseCommand final : public Command {
 public:
     std::string_view name() const override { return "release"; }
@@ -106,28 +86,28 @@ public:
         if (options.beta)
             services.streams.standardError->write(
                 "warning: --beta is deprecated; use --channel beta instead.\n");
-        std::optional<KeptFile> kept;
+        std::string leftovers;
         try {
             ReleaseFlow flow(options, services.platform, context);
             try {
                 flow.run();
             } catch (...) {
-                kept = flow.keptFile();
+                leftovers = flow.leftovers();
                 throw;
             }
         } catch (const ExitCode&) {
             throw ExitCode{ExitCode::failure};
         } catch (const std::exception& error) {
-            report(error, kept, services, context);
+            report(error, leftovers, services, context);
             throw ExitCode{ExitCode::failure};
         }
     }
 
 private:
-    static void report(const std::exception& error, const std::optional<KeptFile>& kept,
-                       const Services& services, const OutputContext& context) {
-        const CLIError report = withLeftovers(reportOf(error), error, kept);
-        context.emit(report);
+    static void report(const std::exception& error, const std::string& leftovers, const Services& services,
+                       const OutputContext& context) {
+        const CLIError report = reportOf(error);
+        context.emit(CLIError(report.code, report.description() + leftovers));
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);
         if (isNotPermitted(error) && context.format() == OutputFormat::text && context.interactive() &&

@@ -1,9 +1,12 @@
 #include "Commands/Release/ReleaseFlow.h"
 
+#include "Commands/Release/HostedRelease.h"
+#include "Commands/Release/Leftovers.h"
 #include "Commands/Release/LocalOutput.h"
 #include "Commands/Release/ProjectBuild.h"
 #include "Commands/Release/ReleaseResults.h"
 #include "Commands/Release/ReleasedBuilds.h"
+#include "DependencyContainer.h"
 
 #include <HalvoCore/AppcastReleaseUploader.h>
 #include <HalvoCore/S3AppcastStorage.h>
@@ -102,7 +105,7 @@ void ReleaseFlow::releaseProject(const URL& project,
         releaseFrom({URL::file(archive.path()), ReleaseInput::Kind::archive}, profile, versions);
     } catch (const ArchiveExportError& error) {
         if (!error.exportFolder.empty())
-            kept = {archive.release(), "archive", "exports it"};
+            leftoverLines += keptFileLine("archive", archive.release(), "exports it");
         throw;
     }
 }
@@ -123,10 +126,15 @@ void ReleaseFlow::releaseFrom(const ReleaseInput& input,
     if (!agreesToNotarization(imported, plan))
         return;
     const PrivateKey key = credentials.getSigningKey(bundle);
-    if (options.output)
-        buildLocally(imported, plan, key);
-    else
-        publish(imported, plan, key);
+    try {
+        if (options.output)
+            buildLocally(imported, plan, key);
+        else
+            publish(imported, plan, key);
+    } catch (const ArchiveExportError& error) {
+        leftoverLines += exportFolderLine(error);
+        throw;
+    }
 }
 
 ImportedBundle ReleaseFlow::importInput(const ReleaseInput& input) {
@@ -199,26 +207,44 @@ void ReleaseFlow::publish(const ImportedBundle& imported, const ReleasePlan& pla
                      " (from flags/env).");
     if (const auto app = localAppOf(destination, info))
         return publishToS3(*app, imported, plan, key);
-    throw CLIError(
-        "app_not_configured",
-        "App \"" + info.name + "\" (" + info.identifier +
-            ") is not set up on this machine, and this version of Halvo does not publish to the hosted "
-            "service yet. Pass the S3 destination directly (--s3-bucket, --s3-region, --s3-public-url, or "
-            "HALVO_S3_* environment variables).");
+    publishToService(imported, plan, key);
+}
+
+TransferProgress ReleaseFlow::uploadProgress() {
+    return [this](std::uint64_t sent, std::uint64_t total) {
+        if (uploadLine != nullptr)
+            uploadLine->progress(sent, total);
+    };
 }
 
 void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,
                               const PrivateKey& key) {
     const BundleInfo& info = imported.bundleInfo();
     const S3Access access = credentials.resolveS3Credentials(info.identifier);
-    ProgressUpdater* uploadLine = nullptr;
     S3AppcastStorage feed(app.storage.s3(), access.credentials, access.sessionToken, platform,
-                          [&uploadLine](std::uint64_t sent, std::uint64_t total) {
-                              if (uploadLine != nullptr)
-                                  uploadLine->progress(sent, total);
-                          });
+                          uploadProgress());
     AppcastReleaseUploader uploader({app}, feed, app.storage.publicBaseURL(), true, platform.clock);
+    deliver(uploader, {"Uploading release to S3", "Release uploaded to S3", " to S3"}, imported, plan, key);
+}
 
+void ReleaseFlow::publishToService(const ImportedBundle& imported, const ReleasePlan& plan,
+                                   const PrivateKey& key) {
+    const BundleInfo& info = imported.bundleInfo();
+    DependencyContainer services(platform);
+    HalvoReleaseUploader uploader(services.apiClient(), findHostedApp(services.apiClient(), info),
+                                  IconConverter(platform.images, platform.temporaryDirectory),
+                                  uploadProgress());
+    try {
+        deliver(uploader, {"Uploading release", "Release uploaded", ""}, imported, plan, key);
+    } catch (...) {
+        leftoverLines.insert(0, unfinishedReleaseHint(uploader, info));
+        throw;
+    }
+}
+
+void ReleaseFlow::deliver(ReleaseUploaderProtocol& uploader, const UploadTexts& texts,
+                          const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key) {
+    const BundleInfo& info = imported.bundleInfo();
     context.noora().progressStep({.message = "Running preflight checks",
                                   .successMessage = "Preflight checks passed",
                                   .errorMessage = "Preflight checks failed"},
@@ -231,15 +257,15 @@ void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& importe
     DefaultReleasePublisher publisher(uploader);
     try {
         const UploadResult result =
-            context.noora().progressStep({.message = "Uploading release to S3",
-                                          .successMessage = "Release uploaded to S3",
+            context.noora().progressStep({.message = texts.message,
+                                          .successMessage = texts.successMessage,
                                           .errorMessage = "Failed to upload release"},
                                          [&](ProgressUpdater& line) {
                                              uploadLine = &line;
                                              return publisher.publish(prepared, configuration(), {});
                                          });
         context.noora().success("New release of " + TerminalText::accent(info.name) +
-                                " has been successfully uploaded to S3.");
+                                " has been successfully uploaded" + texts.place + ".");
         context.emit(
             ReleaseUploadResult({info.name, info.identifier}, result.release, result.app.downloadURL()));
     } catch (const CancelledError&) {
@@ -249,7 +275,7 @@ void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& importe
     } catch (...) {
         if (prepared.shouldCleanup &&
             std::holds_alternative<ReleaseState::UploadFailed>(publisher.state().value))
-            kept = {prepared.fileURL.filePath(), "prepared file", "uploads it"};
+            leftoverLines += keptFileLine("prepared file", prepared.fileURL.filePath(), "uploads it");
         throw;
     }
 }
