@@ -42,6 +42,7 @@ struct SystemPlatform::Parts {
         makeSystemHTTPSession(environment.nonEmpty("SSL_CERT_FILE").value_or(""));
     std::unique_ptr<ImageServices> images = makeSystemImageServices();
     SystemWorkspace workspace{environment};
+    SystemVolumeFacts volumes{};
     SystemLog log{};
     Platform platform;
 
@@ -55,6 +56,7 @@ struct SystemPlatform::Parts {
                    .http = *http,
                    .images = *images,
                    .workspace = workspace,
+                   .volumes = volumes,
                    .log = log,
                    .temporaryDirectory = temporaryDirectoryOf(environment),
                    .homeDirectory = home,

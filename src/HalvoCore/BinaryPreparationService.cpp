@@ -64,6 +64,7 @@ BinaryPreparationService::Artifact BinaryPreparationService::makeArtifact(const 
         report(request, Step::exporting);
         const URL app =
             tools.exportArchive(archived->archiveURL, dmg->codesignIdentity.teamID, request.exportSigning);
+        const TemporaryPath exportFolder(app.filePath().parent_path());
         tools.assertDistributable(app);
         return {buildDMG(app, *dmg, request), true};
     }
@@ -88,7 +89,7 @@ URL BinaryPreparationService::zipApp(const URL& appURL, const Request& request) 
 URL BinaryPreparationService::buildDMG(const URL& appURL, const PackageFormat::DMG& format,
                                        const Request& request) {
     report(request, Step::creatingDMG);
-    return tools.createDMG(appURL, request.importedBundle.bundleInfo().name, format);
+    return tools.createDMG(appURL, request.importedBundle.bundleInfo().name, format, request.onProgress);
 }
 
 void BinaryPreparationService::notarize(const URL& file, const Request& request) {

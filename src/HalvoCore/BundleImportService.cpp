@@ -1,6 +1,7 @@
 #include <HalvoCore/BundleImportService.h>
 
 #include <Base/Text.h>
+#include <HalvoNotarization/ArchiveExporter.h>
 #include <Platform/Bundle.h>
 
 namespace halvo {
@@ -26,7 +27,7 @@ std::string BundleImportService::ImportError::describe(const Case& which) {
 ImportedBundle BundleImportService::importBundle(const URL& url) const {
     const std::string extension = lowercased(url.pathExtension());
     if (extension == "dmg")
-        throw ImportError(ImportError::NotAvailable{"a disk image"});
+        return {ImportedBundle::DMG{dmgService.extractBundleInfo(url), url}};
     if (extension == "zip")
         return {ImportedBundle::ZIP{zipService.extractBundleInfo(url), url}};
     const auto bundle = Bundle::open(url.filePath());
@@ -37,8 +38,11 @@ ImportedBundle BundleImportService::importBundle(const URL& url) const {
     return {ImportedBundle::App{BundleInfo::from(*bundle)}};
 }
 
-ImportedBundle BundleImportService::importArchive(const URL&) const {
-    throw ImportError(ImportError::NotAvailable{"an Xcode archive"});
+ImportedBundle BundleImportService::importArchive(const URL& url) const {
+    const auto bundle = Bundle::open(ArchiveExporter::appURL(url.filePath()));
+    if (!bundle)
+        throw ImportError(ImportError::AppNotFoundInArchive{url});
+    return {ImportedBundle::ArchivedApp{BundleInfo::from(*bundle), url}};
 }
 
 } // namespace halvo

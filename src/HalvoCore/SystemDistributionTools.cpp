@@ -1,12 +1,17 @@
 #include <HalvoCore/SystemDistributionTools.h>
 
+#include <HalvoDMG/DMGBackground.h>
+
 namespace halvo {
 
 SystemDistributionTools::SystemDistributionTools(Platform& platform)
     : codesigner(platform.processes, platform.log, platform.cancellation),
       profiles(platform.processes, platform.cancellation),
       exporter(platform.processes, platform.temporaryDirectory, platform.cancellation),
-      notarizer(platform.processes, platform.temporaryDirectory, platform.cancellation) {}
+      notarizer(platform.processes, platform.temporaryDirectory, platform.cancellation),
+      dmgCreator(platform.processes, platform.volumes, platform.clock, platform.images,
+                 platform.temporaryDirectory, platform.cancellation),
+      images(platform.images), temporaryDirectory(platform.temporaryDirectory) {}
 
 bool SystemDistributionTools::isSignedForDistribution(const URL& appURL) {
     return codesigner.isSignedForDistribution(appURL.filePath());
@@ -30,8 +35,16 @@ URL SystemDistributionTools::exportArchive(const URL& archiveURL, const std::str
         exporter.exportArchive(archiveURL.filePath(), teamID, signing.value_or(ArchiveExporter::Signing())));
 }
 
-URL SystemDistributionTools::createDMG(const URL&, const std::string&, const PackageFormat::DMG&) {
-    throw StepNotAvailableError("Building a disk image");
+URL SystemDistributionTools::createDMG(const URL& appURL, const std::string& appName,
+                                       const PackageFormat::DMG& format, const ByteProgress& progress) {
+    DMGConfiguration configuration;
+    const PointSize window = configuration.windowSize();
+    const DMGBackground background =
+        format.backgroundImage
+            ? DMGBackground::fitted(*format.backgroundImage, window, images, temporaryDirectory)
+            : DMGBackground::generated(window, appName, format.watermark, images, temporaryDirectory);
+    configuration.backgroundImage = background.url();
+    return dmgCreator.create(appURL, std::nullopt, configuration, progress);
 }
 
 void SystemDistributionTools::notarize(const URL& fileURL, const NotarizationCredentials& credentials) {

@@ -13,6 +13,30 @@ std::string sizeOf(const Problem& problem) {
 }
 
 struct Sentence {
+    std::string operator()(const DMGCreationError::AppNotFound& failure) const {
+        return "No application bundle found at " + failure.url.path() + ". Pass the path of an .app bundle.";
+    }
+    std::string operator()(const DMGCreationError::InvalidApp& failure) const {
+        return "Invalid application bundle: " + failure.reason;
+    }
+    std::string operator()(const DMGCreationError::CommandFailed& failure) const {
+        return fmt::format("{} failed (exit code {}): {}", failure.command, failure.exitCode, failure.output);
+    }
+    std::string operator()(const DMGCreationError::MountFailed& failure) const {
+        return "Failed to mount DMG: " + failure.reason;
+    }
+    std::string operator()(const DMGCreationError::OperationNotPermitted&) const {
+        return "macOS denied permission while building the DMG (Operation not permitted).\n"
+               "\n"
+               "Common causes:\n"
+               "  • The app or terminal running this lacks \"App Management\" permission.\n"
+               "    Grant it in System Settings → Privacy & Security → App Management.\n"
+               "  • A volume with the same name is already mounted in /Volumes. Eject it in Finder.\n"
+               "  • The .app being packaged is currently running. Quit it and retry.";
+    }
+    std::string operator()(const DMGCreationError::OutputAlreadyExists& failure) const {
+        return "Output file already exists at " + failure.url.path();
+    }
     std::string operator()(const DMGCreationError::AliasBuildFailed& failure) const {
         return "Failed to build Carbon alias data: " + failure.reason;
     }

@@ -19,9 +19,10 @@ std::filesystem::path exportedApp(const std::filesystem::path& exportFolder,
         if (pathExtension(entry.path()) == "app")
             apps.push_back(entry.path());
     if (apps.empty())
-        throw ArchiveExportError(ArchiveExportError::AppNotFound{archive});
+        throw ArchiveExportError(ArchiveExportError::AppNotFound{archive}, exportFolder);
     if (apps.size() > 1)
-        throw ArchiveExportError(ArchiveExportError::UnexpectedExportLayout{apps.size(), exportFolder});
+        throw ArchiveExportError(ArchiveExportError::UnexpectedExportLayout{apps.size(), exportFolder},
+                                 exportFolder);
     return apps.front();
 }
 
@@ -90,19 +91,21 @@ std::filesystem::path ArchiveExporter::exportArchive(const std::filesystem::path
     std::error_code ignored;
     if (!std::filesystem::exists(archive, ignored))
         throw ArchiveExportError(ArchiveExportError::ArchiveNotFound{archive});
-    const std::filesystem::path folder = TemporaryDirectory(temporaryDirectory, "HalvoExport-").release();
-    const std::filesystem::path options = folder / "ExportOptions.plist";
+    TemporaryDirectory temporary(temporaryDirectory, "HalvoExport-");
+    const std::filesystem::path options = temporary.path() / "ExportOptions.plist";
     writeNewFile(options, exportOptionsPlist(teamID, signing), 0644);
 
-    const ProcessResult result = runExport({"-exportArchive", "-archivePath", archive.string(), "-exportPath",
-                                            folder.string(), "-exportOptionsPlist", options.string()},
-                                           signing);
+    const ProcessResult result =
+        runExport({"-exportArchive", "-archivePath", archive.string(), "-exportPath",
+                   temporary.path().string(), "-exportOptionsPlist", options.string()},
+                  signing);
+    const std::filesystem::path folder = temporary.release();
     if (result.succeeded())
         return exportedApp(folder, archive);
     const std::string text = result.errorText();
     if (text.find("requires a provisioning profile") != std::string::npos)
-        throw ArchiveExportError(ArchiveExportError::ProvisioningProfileRequired{text});
-    throw ArchiveExportError(ArchiveExportError::ExportFailed{text});
+        throw ArchiveExportError(ArchiveExportError::ProvisioningProfileRequired{text}, folder);
+    throw ArchiveExportError(ArchiveExportError::ExportFailed{text}, folder);
 }
 
 ProcessResult ArchiveExporter::runExport(Arguments arguments, const Signing& signing) {

@@ -57,23 +57,6 @@ bool isThere(const std::filesystem::path& path) {
     return std::filesystem::exists(path, unreadable);
 }
 
-/// An archive that is removed unless it turns out to be good.
-class PartialArchive {
-public:
-    explicit PartialArchive(std::filesystem::path path) : location(std::move(path)) {}
-    PartialArchive(const PartialArchive&) = delete;
-    PartialArchive& operator=(const PartialArchive&) = delete;
-    ~PartialArchive() {
-        if (!location.empty())
-            removeQuietly(location);
-    }
-    const std::filesystem::path& path() const { return location; }
-    std::filesystem::path keep() { return std::exchange(location, {}); }
-
-private:
-    std::filesystem::path location;
-};
-
 [[noreturn]] void failArchive(const std::string& text) {
     if (text.find("requires a provisioning profile") != std::string::npos)
         throw XcodeArchiveError(XcodeArchiveError::ProvisioningProfileRequired{text});
@@ -128,7 +111,7 @@ std::filesystem::path XcodeArchiveService::archive(const std::filesystem::path& 
     closing.push_back("archive");
 
     for (int number = 1;; ++number) {
-        PartialArchive partial(newArchivePath(scheme));
+        TemporaryPath partial(newArchivePath(scheme));
         Arguments opening{type == ProjectType::workspace ? "-workspace" : "-project",
                           project.string(),
                           "-scheme",
@@ -138,13 +121,13 @@ std::filesystem::path XcodeArchiveService::archive(const std::filesystem::path& 
         append(opening, clonedSourcePackagesArguments());
         const Attempt attempt = runArchiveAttempt(partial.path(), opening, closing, signing, onOutputLine);
         if (attempt.kind == Attempt::Kind::success)
-            return partial.keep();
+            return partial.release();
         if (attempt.kind == Attempt::Kind::failure)
             failArchive(attempt.text);
         const bool stalled = attempt.kind == Attempt::Kind::stalled;
         if (isArchiveComplete(partial.path())) {
             report(stalled ? silentButWhole : hungButWhole, onOutputLine);
-            return partial.keep();
+            return partial.release();
         }
         const std::string text = (stalled ? attempt.text : std::string(hungIncomplete)) + " (attempt " +
                                  std::to_string(number) + " of " + std::to_string(maxAttempts) + ").";

@@ -59,6 +59,21 @@ void createFile(const std::filesystem::path& path, ByteView bytes, unsigned mode
     }
 }
 
+/// A folder that its owner may not write to keeps what is in it from being removed.
+void makeFoldersWritable(const std::filesystem::path& folder) noexcept {
+    std::error_code ignored;
+    const auto open = [&ignored](const std::filesystem::path& path) {
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all,
+                                     std::filesystem::perm_options::add, ignored);
+    };
+    if (!std::filesystem::is_directory(std::filesystem::symlink_status(folder, ignored)))
+        return;
+    open(folder);
+    for (std::filesystem::directory_iterator entry(folder, ignored);
+         !ignored && entry != std::filesystem::directory_iterator(); entry.increment(ignored))
+        makeFoldersWritable(entry->path());
+}
+
 } // namespace
 
 FileError::FileError(std::string_view action, const std::filesystem::path& path, int code)
@@ -124,8 +139,12 @@ void writeNewFile(const std::filesystem::path& path, ByteView bytes, unsigned mo
 }
 
 void removeQuietly(const std::filesystem::path& path) noexcept {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
+    std::error_code error;
+    std::filesystem::remove_all(path, error);
+    if (!error)
+        return;
+    makeFoldersWritable(path);
+    std::filesystem::remove_all(path, error);
 }
 
 TemporaryDirectory::TemporaryDirectory(const std::filesystem::path& parent, std::string_view prefix)

@@ -1,15 +1,13 @@
 #include "LockedJSONFile.h"
 
+#include <Platform/FileLock.h>
 #include <Platform/Files.h>
 
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace halvo {
 namespace {
@@ -20,29 +18,6 @@ namespace fs = std::filesystem;
 /// Far deeper than any record of ours. Copying and writing a value recurse, so a file must not choose the
 /// depth.
 constexpr int maximumDepth = 100;
-
-/// An exclusive lock of the whole file, until the object goes or the process ends.
-class FileLock {
-public:
-    explicit FileLock(const fs::path& path)
-        : descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-        if (descriptor < 0)
-            throw FileError("lock", path, errno);
-        while (::flock(descriptor, LOCK_EX) != 0) {
-            if (errno == EINTR)
-                continue;
-            const int code = errno;
-            ::close(descriptor);
-            throw FileError("lock", path, code);
-        }
-    }
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
-    ~FileLock() { ::close(descriptor); }
-
-private:
-    int descriptor;
-};
 
 fs::path beside(const fs::path& file, const std::string& suffix) {
     return file.parent_path() / (file.filename().string() + suffix);

@@ -127,19 +127,7 @@ INSTANTIATE_TEST_SUITE_P(
                     {},
                     "release_failed",
                     "Release failed: Releasing a disk image is not available in this version of Halvo yet. "
-                    "Pass the .app bundle or a ZIP archive of it."},
-        FailureCase{"archive",
-                    {"Demo.xcarchive"},
-                    {},
-                    "release_failed",
-                    "Release failed: Releasing an Xcode archive is not available in this version of Halvo "
-                    "yet. Pass the .app bundle or a ZIP archive of it."},
-        FailureCase{"project",
-                    {"projects/Demo.xcodeproj", "--scheme", "Demo"},
-                    {},
-                    "release_failed",
-                    "Release failed: Releasing from an Xcode project is not available in this version of "
-                    "Halvo yet. Pass the .app bundle or a ZIP archive of it."}),
+                    "Pass the .app bundle or a ZIP archive of it."}),
     CaseName());
 
 class RefusedCredentials : public ReleaseFailure, public testing::WithParamInterface<FailureCase> {};
@@ -261,6 +249,14 @@ TEST_F(ReleaseFailure, namesADamagedPropertyList) {
     folder.write("work/Demo.app/Contents/Info.plist", "<plist>");
     expectFailure(
         {"", {"Demo.app"}, {}, "release_failed", "Release failed: Bundle does not contain an Info.plist"});
+}
+
+TEST_F(ReleaseFailure, namesAnArchiveWithoutItsInfo) {
+    expectFailure({"",
+                   {"Demo.xcarchive"},
+                   {},
+                   "release_failed",
+                   "Release failed: Archive not found at " + (work / "Demo.xcarchive").string()});
 }
 
 TEST_F(ReleaseFailure, refusesHostileAndDamagedArchives) {

@@ -37,6 +37,10 @@ void ScriptedTools::script(const std::string& command, const std::vector<std::st
     folder.write(command + ".json", "[" + joined(runs, ",") + "]");
 }
 
+std::map<std::string, std::string> ScriptedTools::programVariables() const {
+    return {{"HALVO_TOOL_ROOT", HALVO_SCRIPTED_TOOLS}, {"SCRIPTED_TOOLS", folder.path().string()}};
+}
+
 std::vector<ScriptedCall> ScriptedTools::calls() const {
     std::vector<ScriptedCall> calls;
     std::ifstream lines(folder / "calls.jsonl");
@@ -48,6 +52,7 @@ std::vector<ScriptedCall> ScriptedTools::calls() const {
                          .input = call.at("input"),
                          .environment = call.at("environment"),
                          .key = seenKey(call.at("key")),
+                         .exportOptions = call.at("exportOptions"),
                          .ownGroup = call.at("ownGroup")});
     }
     return calls;

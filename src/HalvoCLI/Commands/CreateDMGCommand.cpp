@@ -1,8 +1,35 @@
 #include "Commands/Commands.h"
-#include "Commands/Unavailable.h"
+#include "Commands/Release/ReleaseInput.h"
+#include "Output/AppManagementSettingsPrompt.h"
+#include "Services.h"
+
+#include <HalvoCore/ReleasePolicies.h>
+#include <HalvoCore/StorageController.h>
+#include <HalvoDMG/DMGBackground.h>
+#include <HalvoDMG/DMGCreator.h>
+#include <HalvoNotarization/Codesigner.h>
+#include <HalvoNotarization/Notarizer.h>
+#include <Models/BundleInfo.h>
+#include <Platform/Bundle.h>
 
 namespace halvo {
 namespace {
+
+/// Absent for an empty text: settings hold one where nothing was chosen.
+std::optional<std::string> nonEmpty(const std::string& text) {
+    return text.empty() ? std::nullopt : std::optional(text);
+}
+
+std::optional<BundleInfo> readBundleInfo(const URL& appURL) {
+    const auto bundle = Bundle::open(appURL.filePath());
+    if (!bundle)
+        return std::nullopt;
+    try {
+        return BundleInfo::from(*bundle);
+    } catch (const BundleInfoError&) { // making the image tells what is wrong with the app
+        return std::nullopt;
+    }
+}
 
 class CreateDMGCommand final : public Command {
 public:
@@ -24,9 +51,123 @@ public:
             "--background", background,
             "Custom background image (PNG, JPG, or TIFF). Overrides the stored dmg-background config.");
     }
-    void run(Services& services) override { reportUnavailable(services, "create-dmg"); }
+
+    void run(Services& services) override {
+        const auto terminal = services.makeTerminal();
+        try {
+            create(services, *terminal);
+        } catch (const CancelledError&) {
+            throw;
+        } catch (const std::exception& error) {
+            const auto* creation = dynamic_cast<const DMGCreationError*>(&error);
+            if (creation != nullptr && terminal->interactive() &&
+                std::holds_alternative<DMGCreationError::OperationNotPermitted>(creation->which))
+                AppManagementSettingsPrompt::offerToOpen(*terminal, services.platform.workspace);
+            terminal->printError(TerminalText::danger(describe(error)));
+            throw ExitCode{ExitCode::failure};
+        }
+    }
 
 private:
+    /// What flags and the app's stored settings come to.
+    struct Plan {
+        std::optional<std::string> appName{}; ///< absent for an app that cannot be read
+        std::optional<std::string> identity{};
+        std::optional<std::string> profile{};
+        std::optional<URL> background{};
+        bool watermark = false;
+    };
+
+    Plan makePlan(const Platform& platform, const URL& appURL) const {
+        const std::optional<BundleInfo> info = readBundleInfo(appURL);
+        std::optional<ReleaseSettings> stored;
+        if (info)
+            stored =
+                UserDefaultsStorageController(platform.userDefaults).getReleaseSettings(info->identifier);
+        Plan plan{.identity = codesignIdentity, .profile = keychainProfile};
+        if (info)
+            plan.appName = info->name;
+        if (!plan.identity && stored)
+            plan.identity = nonEmpty(stored->codesignIdentity.name);
+        if (!plan.profile && stored)
+            plan.profile = nonEmpty(stored->keychainProfile);
+        std::optional<URL> requested;
+        if (background)
+            requested = URL::file(expandingTilde(*background, platform.homeDirectory));
+        plan.background =
+            DMGBackgroundPolicy::resolve(requested, stored ? stored->dmgBackgroundURL : std::nullopt, true)
+                .custom;
+        plan.watermark =
+            WatermarkPolicy::resolve(watermark, stored ? stored->showWatermark : std::nullopt).watermark;
+        return plan;
+    }
+
+    void create(Services& services, Terminal& terminal) const {
+        const Platform& platform = services.platform;
+        const URL appURL = URL::file(appPath);
+        const std::optional<URL> outputURL = output ? std::optional(URL::file(*output)) : std::nullopt;
+        const Plan plan = makePlan(platform, appURL);
+        if (!plan.identity)
+            terminal.warning({{.message = "No codesign identity provided. DMG will not be signed."}});
+        if (!plan.profile && !skipNotarization)
+            terminal.warning({{.message = "No keychain profile provided. DMG will not be notarized."}});
+
+        const URL image = createImage(platform, terminal, plan, appURL, outputURL);
+        if (plan.identity) {
+            sign(platform, terminal, *plan.identity, image);
+            if (plan.profile && !skipNotarization)
+                notarize(platform, terminal, *plan.profile, image);
+        }
+        terminal.print("Output: " + TerminalText::path(image.path()));
+        if (open && !platform.workspace.open(image.absoluteString()))
+            terminal.warning({{.message = "The DMG could not be opened on this machine."}});
+    }
+
+    static URL createImage(const Platform& platform, Terminal& terminal, const Plan& plan, const URL& appURL,
+                           const std::optional<URL>& outputURL) {
+        DMGConfiguration configuration;
+        const PointSize window = configuration.windowSize();
+        const DMGBackground picture =
+            plan.background ? DMGBackground::fitted(*plan.background, window, platform.images,
+                                                    platform.temporaryDirectory)
+                            : DMGBackground::generated(window, plan.appName, plan.watermark, platform.images,
+                                                       platform.temporaryDirectory);
+        if (picture.retinaWarning())
+            terminal.warning({{.message = *picture.retinaWarning()}});
+        configuration.backgroundImage = picture.url();
+        const DMGCreator creator(platform.processes, platform.volumes, platform.clock, platform.images,
+                                 platform.temporaryDirectory, platform.cancellation);
+        return terminal.progressStep(
+            {.message = "Creating DMG",
+             .successMessage = "DMG created",
+             .errorMessage = "Failed to create DMG"},
+            [&](ProgressUpdater& line) {
+                return creator.create(
+                    appURL, outputURL, configuration,
+                    [&line](std::uint64_t done, std::uint64_t total) { line.progress(done, total); });
+            });
+    }
+
+    static void sign(const Platform& platform, Terminal& terminal, const std::string& identity,
+                     const URL& image) {
+        Codesigner codesigner(platform.processes, platform.log, platform.cancellation);
+        terminal.progressStep(
+            {.message = "Signing DMG", .successMessage = "DMG signed", .errorMessage = "Failed to sign DMG"},
+            [&](ProgressUpdater&) { codesigner.sign(image.filePath(), identity); });
+    }
+
+    static void notarize(const Platform& platform, Terminal& terminal, const std::string& profile,
+                         const URL& image) {
+        Notarizer notarizer(platform.processes, platform.temporaryDirectory, platform.cancellation);
+        terminal.progressStep({.message = "Notarizing DMG",
+                               .successMessage = "DMG notarized",
+                               .errorMessage = "Failed to notarize DMG"},
+                              [&](ProgressUpdater&) {
+                                  notarizer.notarize(image.filePath(),
+                                                     {NotarizationCredentials::KeychainProfile{profile}});
+                              });
+    }
+
     std::string appPath{};
     std::optional<std::string> output{};
     bool open = false;

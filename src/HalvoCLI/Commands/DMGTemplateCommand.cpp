@@ -1,5 +1,10 @@
 #include "Commands/Commands.h"
-#include "Commands/Unavailable.h"
+#include "Services.h"
+
+#include <HalvoDMG/DMGBackgroundTemplate.h>
+#include <Platform/Files.h>
+
+#include <filesystem>
 
 namespace halvo {
 namespace {
@@ -21,7 +26,21 @@ public:
             "--output", output, "Output path for the template PNG",
             [](const std::string& text) { return std::optional(text); }, output);
     }
-    void run(Services& services) override { reportUnavailable(services, "dmg-template"); }
+    void run(Services& services) override {
+        const auto terminal = services.makeTerminal();
+        const std::filesystem::path file = std::filesystem::absolute(output).lexically_normal();
+        std::error_code unreadable;
+        if (std::filesystem::symlink_status(file, unreadable).type() !=
+            std::filesystem::file_type::not_found) {
+            terminal->printError(TerminalText::danger("A file already exists at " + file.string() + "."));
+            throw ExitCode{ExitCode::failure};
+        }
+        const Bytes picture = DMGBackgroundTemplate(services.platform.images).create(DMGConfiguration());
+        writeNewFile(file, picture, 0644);
+        terminal->print("Template written to " + TerminalText::path(file.string()));
+        terminal->print("Design over it, export at the same pixel size, then run " +
+                        TerminalText::command("halvo config set release dmg-background <your-file>") + ".");
+    }
 
 private:
     std::string output = "dmg-background-template.png";

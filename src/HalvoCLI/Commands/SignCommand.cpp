@@ -68,7 +68,10 @@ private:
 
     BundleInfo readBundleInfo(const Platform& platform) const {
         const ZipService zipService(platform.temporaryDirectory, platform.cancellation);
-        const BundleInfo info = BundleImportService(zipService).importBundle(URL::file(path)).bundleInfo();
+        const DMGService dmgService(platform.processes, platform.log, platform.temporaryDirectory,
+                                    platform.cancellation);
+        const BundleInfo info =
+            BundleImportService(zipService, dmgService).importBundle(URL::file(path)).bundleInfo();
         if (info.appIcon)
             removeQuietly(info.appIcon->filePath()); // a copy that only an upload has a use for
         return info;

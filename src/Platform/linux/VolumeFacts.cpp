@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,9 +18,12 @@ std::filesystem::path withoutClosingSlash(const std::filesystem::path& path) {
 
 } // namespace
 
-SystemVolumeFacts::SystemVolumeFacts(FileIDSource source) : source(std::move(source)) {}
-
 VolumeFacts::Info SystemVolumeFacts::info(const std::filesystem::path& mountPoint) const {
+    if (attached)
+        if (const std::optional<AttachedVolume> volume = attached->find(mountPoint))
+            return {.name = volume->name,
+                    .createDate = volume->creationDate,
+                    .usualMountPoint = "/Volumes/" + volume->name};
     Info info{.name = withoutClosingSlash(mountPoint).filename().string()};
     try {
         info.createDate = creationDate(mountPoint).value_or(Date());
@@ -32,8 +34,8 @@ VolumeFacts::Info SystemVolumeFacts::info(const std::filesystem::path& mountPoin
 }
 
 std::uint64_t SystemVolumeFacts::fileID(const std::filesystem::path& path) const {
-    if (source)
-        if (const std::optional<std::uint64_t> known = source(path))
+    if (attached)
+        if (const std::optional<std::uint64_t> known = attached->fileID(path))
             return *known;
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0)
@@ -42,6 +44,9 @@ std::uint64_t SystemVolumeFacts::fileID(const std::filesystem::path& path) const
 }
 
 std::optional<Date> SystemVolumeFacts::creationDate(const std::filesystem::path& path) const {
+    if (attached)
+        if (const std::optional<Date> date = attached->creationDate(path))
+            return date;
     struct statx status {};
     if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BTIME, &status) != 0)
         throw FileError("read", path, errno);

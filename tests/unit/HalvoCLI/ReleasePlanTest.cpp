@@ -26,7 +26,8 @@ struct PlannedRun {
         tools.identities = {stored, other};
     }
     ReleasePlan plan(bool fromArchive = false) const {
-        return ReleasePlanner(options, credentials, storage, tools, context).makePlan(bundle, fromArchive);
+        return ReleasePlanner(options, credentials, storage, tools, test.platform, context)
+            .makePlan(bundle, fromArchive);
     }
 
     ReleaseOptions options;
@@ -171,6 +172,22 @@ TEST(ReleasePlan, exportsByHandWhenAnIdentityIsNamedOrNobodyIsThere) {
               "Other");
     EXPECT_EQ(identityOf(PlannedRun({}, std::nullopt)), "the default");
     EXPECT_FALSE(PlannedRun({}, settings("p")).plan(false).exportSigning);
+}
+
+TEST(ReleasePlan, exportsWithAProfileThatNamesItsApp) {
+    const PlannedRun run({.codesignIdentity = "Other"}, settings("p"));
+    ResolvedProvisioningProfile profile{.identity = "Mine", .specifier = "0F2C", .bundleIdentifier = bundle};
+    const ReleasePlanner planner(run.options, run.credentials, run.storage, run.tools, run.test.platform,
+                                 run.context);
+    const auto manual = [&] {
+        return std::get<ArchiveExporter::Signing::Manual>(
+            planner.makePlan(bundle, true, profile).exportSigning.value().value);
+    };
+    EXPECT_EQ(manual().identity, "Mine");
+    EXPECT_EQ(manual().provisioningProfiles, (std::map<std::string, std::string>{{bundle, "0F2C"}}));
+    profile.bundleIdentifier.reset();
+    EXPECT_EQ(manual().identity, "Other");
+    EXPECT_TRUE(manual().provisioningProfiles.empty());
 }
 
 TEST(ReleasePlan, showsItsDecisionsToPeopleOnly) {

@@ -33,9 +33,10 @@ public:
     std::unique_ptr<HTTPSession> http = makeSystemHTTPSession();
     std::unique_ptr<ImageServices> images = makeSystemImageServices();
     SystemWorkspace workspace{environment};
+    SystemVolumeFacts volumes;
     SilentLog log;
-    Platform platform{environment, clock,     processes, userDefaults,  keychainItems, *http,
-                      *images,     workspace, log,       folder.path(), folder.path(), {}};
+    Platform platform{environment, clock,   processes, userDefaults,  keychainItems, *http, *images,
+                      workspace,   volumes, log,       folder.path(), folder.path(), {}};
     std::shared_ptr<BufferOutput> output;
     std::shared_ptr<BufferOutput> error;
     Services services;

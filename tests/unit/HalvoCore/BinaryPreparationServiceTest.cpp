@@ -213,6 +213,22 @@ TEST(BinaryPreparation, aFailingToolEndsItAndLeavesNoTemporaryFile) {
     }
 }
 
+TEST(BinaryPreparation, removesTheExportFolderHoweverItEnds) {
+    for (const char* tool : {"assertDistributable", "createDMG", "notarize", "nothing"}) {
+        SCOPED_TRACE(tool);
+        Preparation preparation;
+        preparation.folder.write("export/Demo.app/Contents/MacOS/Demo", "demo");
+        preparation.tools.exportedApp = URL::file(preparation.folder / "export/Demo.app");
+        preparation.tools.failingAt = tool;
+        if (std::string_view(tool) == "nothing")
+            preparation.prepare(Input::archivedApp, dmgFormat, notarizing);
+        else
+            EXPECT_THROW(preparation.prepare(Input::archivedApp, dmgFormat, notarizing), Failure);
+        EXPECT_FALSE(fs::exists(preparation.folder / "export"));
+        EXPECT_TRUE(fs::exists(preparation.app));
+    }
+}
+
 TEST(BinaryPreparation, aCancelledSigningRemovesTheArchiveAndNotTheUsersFile) {
     for (const Input input : {Input::app, Input::zip}) {
         Preparation preparation;

@@ -3,6 +3,7 @@
 #include <Platform/Files.h>
 #include <Support/CaseName.h>
 #include <Support/DemoApp.h>
+#include <Support/FakeProcessRunner.h>
 #include <ZIP/ExtractZip.h>
 #include <ZIP/ZipDirectory.h>
 
@@ -35,7 +36,10 @@ protected:
     test::TemporaryFolder folder;
     fs::path temporary = folder / "temporary";
     ZipService zipService{temporary, {}};
-    BundleImportService service{zipService};
+    test::FakeProcessRunner processes;
+    SilentLog log;
+    DMGService dmgService{processes, log, temporary};
+    BundleImportService service{zipService, dmgService};
 };
 
 TEST_F(BundleImport, readsAnAppWhereItLies) {
@@ -72,6 +76,18 @@ TEST_F(BundleImport, readsTheAppInAZIPAndCopiesItsIconOut) {
     }
 }
 
+TEST_F(BundleImport, readsTheAppInAnXcodeArchive) {
+    folder.write("Demo.xcarchive/Info.plist",
+                 "<plist version=\"1.0\"><dict><key>ApplicationProperties</key><dict>"
+                 "<key>ApplicationPath</key><string>Applications/Demo.app</string></dict></dict></plist>");
+    const URL archive = URL::file(folder / "Demo.xcarchive");
+    EXPECT_THROW(service.importArchive(archive), ImportError); // the app is not there
+    const fs::path app = test::writeDemoApp(folder, "Demo.xcarchive/Products/Applications/Demo.app");
+    const ImportedBundle imported = service.importArchive(archive);
+    EXPECT_EQ(std::get<ImportedBundle::ArchivedApp>(imported.value).archiveURL, archive);
+    EXPECT_EQ(imported.bundleInfo().url, URL::file(app));
+}
+
 TEST_F(BundleImport, namesWhatIsWrongAndLeavesNothingBehind) {
     folder.write("empty.app/readme", "no Contents");
     folder.write("text.txt", "text");
@@ -93,7 +109,7 @@ TEST_F(BundleImport, namesWhatIsWrongAndLeavesNothingBehind) {
         {"damaged.zip", "Failed to extract ZIP: "},
         {"cut.zip", "Failed to extract ZIP: "},
         {"missing.zip", "Failed to extract ZIP: "},
-        {"Demo.DMG", "Releasing a disk image is not available in this version of Halvo yet."},
+        {"Demo.DMG", "Executable is not found or cannot be executed."}, // there is no hdiutil
     };
     for (const auto& [file, text] : cases) {
         EXPECT_THAT(failureOf(folder / file), testing::StartsWith(text)) << file;

@@ -257,15 +257,5 @@ TEST(SystemVolumeFacts, describeAFolder) {
     }
 }
 
-TEST(SystemVolumeFacts, preferTheNumbersOfACatalog) {
-    const test::TemporaryFolder folder;
-    const std::filesystem::path known = folder.write("known", ""), unknown = folder.write("unknown", "");
-    const SystemVolumeFacts facts([&](const std::filesystem::path& path) {
-        return path == known ? std::optional<std::uint64_t>(17) : std::nullopt;
-    });
-    EXPECT_EQ(facts.fileID(known), 17u);
-    EXPECT_EQ(facts.fileID(unknown), SystemVolumeFacts().fileID(unknown));
-}
-
 } // namespace
 } // namespace halvo

@@ -95,6 +95,13 @@ TEST(Release, sortsByBuildNumberAndKeepsTheOrderOfEquals) {
               "2.1.0 (42)");
 }
 
+TEST(Release, numbersTheNextBuild) {
+    constexpr auto largest = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(nextBundleVersion({}), 1);
+    EXPECT_EQ(nextBundleVersion({{.bundleVersion = 9}, {.bundleVersion = 41}, {.bundleVersion = 10}}), 42);
+    EXPECT_THROW(nextBundleVersion({{.bundleVersion = largest}}), Failure);
+}
+
 TEST(Release, isBetaOnTheBetaChannelOnly) {
     EXPECT_TRUE((Release{.channel = "beta"}.isBeta()));
     EXPECT_FALSE((Release{.channel = "Beta"}.isBeta()));

@@ -2,9 +2,11 @@
 #include "Commands/Release/ReleaseFlow.h"
 
 #include "CommandLine/CIEnvironment.h"
+#include "Output/AppManagementSettingsPrompt.h"
 #include "ServiceFailure.h"
 
-#include <Base/Text.h>
+#include <HalvoDMG/DMGCreationError.h>
+#include <HalvoNotarization/XcodeArchiveError.h>
 
 namespace halvo {
 namespace {
@@ -39,6 +41,13 @@ constexpr const char* discussionText =
     "  halvo release MyApp.app --output .\n"
     "  halvo release MyApp.app --format json";
 
+/// Whether the system refused a tool that builds disk images what only its user can allow.
+bool isNotPermitted(const std::exception& error) {
+    const auto* creation = dynamic_cast<const DMGCreationError*>(&error);
+    return creation != nullptr &&
+           std::holds_alternative<DMGCreationError::OperationNotPermitted>(creation->which);
+}
+
 /// What a failure is reported as, whatever the format.
 CLIError reportOf(const std::exception& error) {
     if (const auto* own = dynamic_cast<const CLIError*>(&error))
@@ -52,27 +61,15 @@ CLIError reportOf(const std::exception& error) {
         if (const auto* needed =
                 std::get_if<ArchiveExportError::ProvisioningProfileRequired>(&exporting->which))
             return CLIError::provisioningProfileRequired(needed->text);
+    if (const auto* archiving = dynamic_cast<const XcodeArchiveError*>(&error))
+        if (const auto* needed =
+                std::get_if<XcodeArchiveError::ProvisioningProfileRequired>(&archiving->which))
+            return CLIError::provisioningProfileRequired(needed->text);
+    if (isNotPermitted(error))
+        return {"release_failed", text};
     if (dynamic_cast<const CancelledError*>(&error) != nullptr)
         return {"cancelled", "The release was cancelled."};
     return {"release_failed", "Release failed: " + text};
-}
-
-/// As it can be pasted into a shell.
-std::string quoted(const std::filesystem::path& path) {
-    const std::string text = path.string();
-    if (text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/._-+@%") ==
-        std::string::npos)
-        return text;
-    return "'" + replacingAll(text, "'", "'\\''") + "'";
-}
-
-/// What a failed upload left behind, and how another try makes use of it.
-std::string leftovers(const ReleaseFlow& flow) {
-    std::string text = flow.hint();
-    if (const auto& file = flow.keptFile())
-        text += "\nThe prepared file stays at " + file->string() + "; `halvo release " + quoted(*file) +
-                "` uploads it without building again.";
-    return text;
 }
 
 class ReleaseCommand final : public Command {
@@ -89,19 +86,19 @@ public:
         if (options.beta)
             services.streams.standardError->write(
                 "warning: --beta is deprecated; use --channel beta instead.\n");
-        std::string left;
+        std::string leftovers;
         try {
             ReleaseFlow flow(options, services.platform, context);
             try {
                 flow.run();
             } catch (...) {
-                left = leftovers(flow);
+                leftovers = flow.leftovers();
                 throw;
             }
         } catch (const ExitCode&) {
             throw ExitCode{ExitCode::failure};
         } catch (const std::exception& error) {
-            report(error, left, services, context);
+            report(error, leftovers, services, context);
             throw ExitCode{ExitCode::failure};
         }
     }
@@ -113,6 +110,9 @@ private:
         context.emit(CLIError(report.code, report.description() + leftovers));
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);
+        if (isNotPermitted(error) && context.format() == OutputFormat::text && context.interactive() &&
+            context.noora().interactive())
+            AppManagementSettingsPrompt::offerToOpen(context.noora(), services.platform.workspace);
     }
 
     ReleaseOptions options{};

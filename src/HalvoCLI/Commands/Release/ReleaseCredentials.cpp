@@ -25,6 +25,13 @@ void store(KeyChainStore& keyChain, const PrivateKey& key, const std::string& bu
 
 } // namespace
 
+std::optional<ASCAuthenticationKey> authenticationKey(const NotarizationCredentials& credentials) {
+    const auto* key = std::get_if<NotarizationCredentials::APIKey>(&credentials.value);
+    if (key == nullptr)
+        return std::nullopt;
+    return ASCAuthenticationKey{key->keyID, key->issuer, key->keyData};
+}
+
 std::optional<std::string> ReleaseCredentials::firstNonEmpty(const std::optional<std::string>& flag,
                                                              const char* variable) const {
     if (flag && !flag->empty())

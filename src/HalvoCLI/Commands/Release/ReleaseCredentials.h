@@ -4,6 +4,7 @@
 #include "Output/OutputContext.h"
 
 #include <Ed25519/PrivateKey.h>
+#include <HalvoNotarization/ASCAuthenticationKey.h>
 #include <KeyChain/KeyChainStore.h>
 #include <Models/Notarization.h>
 #include <Models/StorageConfiguration.h>
@@ -18,6 +19,10 @@ struct S3Access {
     S3Credentials credentials{};
     std::optional<std::string> sessionToken{};
 };
+
+/// The App Store Connect key as xcodebuild takes it; absent for a keychain profile, which only notarytool
+/// knows.
+std::optional<ASCAuthenticationKey> authenticationKey(const NotarizationCredentials& credentials);
 
 /// Looks up each secret of a release: the flag, then the environment, then the keychain. Only a signing key
 /// is ever written, when one is taken over or made.

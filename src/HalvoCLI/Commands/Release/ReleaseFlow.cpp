@@ -1,11 +1,13 @@
 #include "Commands/Release/ReleaseFlow.h"
 
 #include "Commands/Release/HostedRelease.h"
+#include "Commands/Release/Leftovers.h"
 #include "Commands/Release/LocalOutput.h"
+#include "Commands/Release/ProjectBuild.h"
 #include "Commands/Release/ReleaseResults.h"
+#include "Commands/Release/ReleasedBuilds.h"
 #include "DependencyContainer.h"
 
-#include <Base/Base64.h>
 #include <HalvoCore/AppcastReleaseUploader.h>
 #include <HalvoCore/S3AppcastStorage.h>
 #include <HalvoCore/TemporaryArtifact.h>
@@ -33,6 +35,22 @@ Alert notNotarizedAlert(const std::string& bundle) {
             "\nLearn more: " + helpAddress::codesigning};
 }
 
+/// Throws CLIError when the archived app does not have the versions that were asked for.
+void verify(const ReleaseVersionOverride& versionOverride, const BundleInfo& info) {
+    try {
+        versionOverride.verify(info);
+    } catch (const ReleaseVersionOverrideError& error) {
+        throw CLIError::buildVersionOverrideIgnored(error);
+    }
+}
+
+/// What a local build tells of its steps: lines among the results for a person; nothing of its own in JSON.
+StepChange stepLines(const OutputContext& context) {
+    if (context.format() == OutputFormat::json)
+        return {};
+    return [&context](ReleaseState::Step step) { context.info("  " + std::string(text(step))); };
+}
+
 /// The icon that importing a ZIP archive or a disk image copied out of it.
 class ImportedIconGuard {
 public:
@@ -58,41 +76,68 @@ ReleaseFlow::ReleaseFlow(const ReleaseOptions& options, Platform& platform, cons
     : options(options), platform(platform), context(context), keyChain(platform.keychainItems),
       storage(platform.userDefaults),
       localApps(storage, keyChain, S3AppcastStorage::factory(platform), platform.clock), tools(platform),
-      zipService(platform.temporaryDirectory, platform.cancellation), importer(zipService),
-      preparation(tools, zipService, platform.cancellation),
-      credentials(options, platform.environment, keyChain, context) {}
+      zipService(platform.temporaryDirectory, platform.cancellation),
+      dmgService(platform.processes, platform.log, platform.temporaryDirectory, platform.cancellation),
+      importer(zipService, dmgService), preparation(tools, zipService, platform.cancellation),
+      credentials(options, platform.environment, keyChain, context), binaries(preparation, credentials) {}
 
 void ReleaseFlow::run() {
     channel = resolveChannel(options.channel, options.beta);
     const ReleaseInput input = resolveReleaseInput(options.path, std::filesystem::current_path());
     checkOptionsAgainstInput(options, input.kind);
+    std::optional<ResolvedProvisioningProfile> profile;
+    if (input.kind != ReleaseInput::Kind::bundle)
+        profile = resolveArchiveProvisioningProfile(options, platform);
+    if (input.kind == ReleaseInput::Kind::project)
+        releaseProject(input.url, profile);
+    else
+        releaseFrom(input, profile, {});
+}
+
+void ReleaseFlow::releaseProject(const URL& project,
+                                 const std::optional<ResolvedProvisioningProfile>& profile) {
+    ProjectBuild build(options, credentials, platform, context);
+    const ReleaseVersionOverride versions = build.resolveOverride(project, [this](const std::string& bundle) {
+        return fetchReleasedBuilds(bundle, credentials, localApps, options.s3Destination, platform);
+    });
+    TemporaryPath archive(build.archive(project, versions.buildSettings(), profile));
+    try {
+        releaseFrom({URL::file(archive.path()), ReleaseInput::Kind::archive}, profile, versions);
+    } catch (const ArchiveExportError& error) {
+        if (!error.exportFolder.empty())
+            leftoverLines += keptFileLine("archive", archive.release(), "exports it");
+        throw;
+    }
+}
+
+void ReleaseFlow::releaseFrom(const ReleaseInput& input,
+                              const std::optional<ResolvedProvisioningProfile>& profile,
+                              const ReleaseVersionOverride& versionOverride) {
     const ImportedBundle imported = importInput(input);
     const ImportedIconGuard iconGuard(imported);
+    verify(versionOverride, imported.bundleInfo());
 
-    const ReleasePlanner planner(options, credentials, storage, tools, context);
+    const ReleasePlanner planner(options, credentials, storage, tools, platform, context);
     const std::string& bundle = imported.bundleInfo().identifier;
-    const ReleasePlan plan = planner.makePlan(bundle, input.kind != ReleaseInput::Kind::bundle);
-    // Before the app is signed, which would change it for nothing.
-    if (plan.packageFormat.isDMG() && std::holds_alternative<ImportedBundle::App>(imported.value))
-        throw StepNotAvailableError("Building a disk image");
+    const ReleasePlan plan = planner.makePlan(bundle, input.kind == ReleaseInput::Kind::archive, profile);
     displayReleaseSettings(plan, context);
+    if (!versionOverride.isEmpty())
+        displayVersionOverride(versionOverride, options.buildNumber, context);
     if (!agreesToNotarization(imported, plan))
         return;
     const PrivateKey key = credentials.getSigningKey(bundle);
-    if (options.output)
-        buildLocally(imported, plan, key);
-    else
-        publish(imported, plan, key);
+    try {
+        if (options.output)
+            buildLocally(imported, plan, key);
+        else
+            publish(imported, plan, key);
+    } catch (const ArchiveExportError& error) {
+        leftoverLines += exportFolderLine(error);
+        throw;
+    }
 }
 
 ImportedBundle ReleaseFlow::importInput(const ReleaseInput& input) {
-    if (input.kind == ReleaseInput::Kind::project) {
-        if (!options.scheme)
-            throw CLIError("missing_argument",
-                           "--scheme is required when releasing from an Xcode project or workspace");
-        using ImportError = BundleImportService::ImportError;
-        throw ImportError(ImportError::NotAvailable{"from an Xcode project"});
-    }
     return context.noora().progressStep({.message = "Extract app metadata",
                                          .successMessage = "App metadata extracted",
                                          .errorMessage = "Failed to extract app metadata"},
@@ -118,22 +163,6 @@ bool ReleaseFlow::agreesToNotarization(const ImportedBundle& imported, const Rel
     return context.confirm("Release without notarization?", options.skipNotarization);
 }
 
-PreparedBinary ReleaseFlow::prepare(const ImportedBundle& imported, const ReleasePlan& plan,
-                                    const PrivateKey& key, ProgressUpdater& line) {
-    const auto prepared = preparation.prepareBinary(
-        {.importedBundle = imported,
-         .privateKey = key,
-         .packageFormat = plan.packageFormat,
-         .notarizationPolicy = plan.notarizationPolicy,
-         .exportSigning = plan.exportSigning,
-         .onStepChange = [&line](ReleaseState::Step step) { line.update(text(step)); },
-         .onProgress = [&line](std::uint64_t done, std::uint64_t total) { line.progress(done, total); }});
-    return {.fileURL = prepared.fileURL,
-            .bundleInfo = imported.bundleInfo(),
-            .signature = encodeBase64(prepared.signature),
-            .shouldCleanup = prepared.shouldCleanup};
-}
-
 void ReleaseFlow::buildLocally(const ImportedBundle& imported, const ReleasePlan& plan,
                                const PrivateKey& key) {
     const BundleInfo& info = imported.bundleInfo();
@@ -142,7 +171,9 @@ void ReleaseFlow::buildLocally(const ImportedBundle& imported, const ReleasePlan
         {.message = "Preparing " + info.name,
          .successMessage = "Build artifact ready",
          .errorMessage = "Failed to prepare binary"},
-        [&](ProgressUpdater& line) { return prepare(imported, plan, key, line); });
+        [&](ProgressUpdater& line) {
+            return binaries.prepareBinaryWithProgress(imported, plan, key, line, stepLines(context));
+        });
     const std::filesystem::path directory =
         std::filesystem::absolute(expandingTilde(*options.output, platform.homeDirectory)).lexically_normal();
     const std::filesystem::path target =
@@ -206,7 +237,7 @@ void ReleaseFlow::publishToService(const ImportedBundle& imported, const Release
     try {
         deliver(uploader, {"Uploading release", "Release uploaded", ""}, imported, plan, key);
     } catch (...) {
-        failureHint = unfinishedReleaseHint(uploader, info);
+        leftoverLines.insert(0, unfinishedReleaseHint(uploader, info));
         throw;
     }
 }
@@ -222,7 +253,7 @@ void ReleaseFlow::deliver(ReleaseUploaderProtocol& uploader, const UploadTexts& 
         {.message = "Preparing " + info.name,
          .successMessage = "Build artifact ready",
          .errorMessage = "Failed to prepare binary"},
-        [&](ProgressUpdater& line) { return prepare(imported, plan, key, line); });
+        [&](ProgressUpdater& line) { return binaries.prepareBinaryWithProgress(imported, plan, key, line); });
     DefaultReleasePublisher publisher(uploader);
     try {
         const UploadResult result =
@@ -244,7 +275,7 @@ void ReleaseFlow::deliver(ReleaseUploaderProtocol& uploader, const UploadTexts& 
     } catch (...) {
         if (prepared.shouldCleanup &&
             std::holds_alternative<ReleaseState::UploadFailed>(publisher.state().value))
-            kept = prepared.fileURL.filePath();
+            leftoverLines += keptFileLine("prepared file", prepared.fileURL.filePath(), "uploads it");
         throw;
     }
 }

@@ -3,6 +3,7 @@
 #include "Commands/Release/ReleaseDestination.h"
 #include "Commands/Release/ReleaseInput.h"
 #include "Commands/Release/ReleasePlan.h"
+#include "Commands/Release/ReleasePreparation.h"
 
 #include <HalvoCore/BinaryPreparationService.h>
 #include <HalvoCore/BundleImportService.h>
@@ -24,10 +25,9 @@ public:
     /// Reports progress and the result through the context. Every failure is thrown.
     void run();
 
-    /// After a failed upload: the prepared file, which stays for another try.
-    const std::optional<std::filesystem::path>& keptFile() const { return kept; }
-    /// After a failed upload: what else the person has to know before another try; may be empty.
-    const std::string& hint() const { return failureHint; }
+    /// After a failure: lines for its report about what stays, and how another try makes use of it. May be
+    /// empty.
+    const std::string& leftovers() const { return leftoverLines; }
 
 private:
     /// How the delivery to one kind of destination is spoken of.
@@ -37,11 +37,12 @@ private:
         const char* place; ///< behind "has been successfully uploaded"
     };
 
+    void releaseProject(const URL& project, const std::optional<ResolvedProvisioningProfile>& profile);
+    void releaseFrom(const ReleaseInput& input, const std::optional<ResolvedProvisioningProfile>& profile,
+                     const ReleaseVersionOverride& versionOverride);
     ImportedBundle importInput(const ReleaseInput& input);
     /// False when the person decides against a release that is not notarized.
     bool agreesToNotarization(const ImportedBundle& imported, const ReleasePlan& plan);
-    PreparedBinary prepare(const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key,
-                           ProgressUpdater& line);
     void buildLocally(const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key);
     void publish(const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key);
     void publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,
@@ -59,17 +60,18 @@ private:
     const OutputContext& context;
 
     std::optional<std::string> channel{};
-    std::optional<std::filesystem::path> kept{};
-    std::string failureHint{};
+    std::string leftoverLines{};
     ProgressUpdater* uploadLine = nullptr;
     MacKeyChainStore keyChain;
     UserDefaultsStorageController storage;
     LocalAppRepository localApps;
     SystemDistributionTools tools;
     ZipService zipService;
+    DMGService dmgService;
     BundleImportService importer;
     BinaryPreparationService preparation;
     ReleaseCredentials credentials;
+    ReleasePreparation binaries;
 };
 
 } // namespace halvo

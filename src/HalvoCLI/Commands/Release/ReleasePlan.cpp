@@ -1,6 +1,12 @@
 #include "Commands/Release/ReleasePlan.h"
 
+#include "Commands/Release/ReleaseInput.h"
+
 #include <HalvoCore/ReleaseController.h>
+#include <HalvoCore/ReleasePolicies.h>
+#include <HalvoDMG/DMGBackground.h>
+#include <HalvoDMG/DMGConfiguration.h>
+#include <HalvoDMG/DMGCreationError.h>
 #include <HalvoNotarization/CodesigningError.h>
 
 namespace halvo {
@@ -10,14 +16,15 @@ bool isGiven(const std::optional<std::string>& option) { return option && !optio
 
 } // namespace
 
-ReleasePlan ReleasePlanner::makePlan(const std::string& bundleIdentifier, bool fromArchive) const {
+ReleasePlan ReleasePlanner::makePlan(const std::string& bundleIdentifier, bool fromArchive,
+                                     const std::optional<ResolvedProvisioningProfile>& profile) const {
     ReleasePlan plan = resolveReleaseSettings(bundleIdentifier);
     if (plan.settings) {
         validate(*plan.settings, tools);
         plan.packageFormat = plan.settings->packageFormat(plan.watermark, plan.background);
     }
     if (fromArchive)
-        plan.exportSigning = exportSigning(plan.settings);
+        plan.exportSigning = exportSigning(plan.settings, profile);
     plan.notarizationPolicy = resolvedNotarizationPolicy(plan.settings);
     return plan;
 }
@@ -62,9 +69,25 @@ CodesignIdentity ReleasePlanner::resolveIdentity(const std::optional<ReleaseSett
 }
 
 std::optional<URL> ReleasePlanner::resolveBackground(const std::optional<ReleaseSettings>& stored) const {
-    if (isGiven(options.dmgBackground) || (stored && stored->dmgBackgroundURL))
-        throw StepNotAvailableError("A disk image with a background of your own");
-    return std::nullopt;
+    std::optional<URL> requested;
+    if (isGiven(options.dmgBackground))
+        requested = URL::file(expandingTilde(*options.dmgBackground, platform.homeDirectory));
+    const std::optional<URL> background =
+        DMGBackgroundPolicy::resolve(requested, stored ? stored->dmgBackgroundURL : std::nullopt, true)
+            .custom;
+    if (!background)
+        return std::nullopt;
+    try {
+        // Found out here, before anything is built; a copy that was made to fit goes at once.
+        const auto fitted = DMGBackground::fitted(*background, DMGConfiguration().windowSize(),
+                                                  platform.images, platform.temporaryDirectory);
+        if (fitted.retinaWarning())
+            context.noora().warning({{.message = *fitted.retinaWarning()}});
+    } catch (const DMGCreationError& error) {
+        throw Failure(error.description() +
+                      " The release was stopped so it doesn't ship with the wrong background.");
+    }
+    return background;
 }
 
 void ReleasePlanner::requireNotarization(const std::optional<ReleaseSettings>& stored) const {
@@ -89,10 +112,15 @@ ReleasePlanner::resolvedNotarizationPolicy(const std::optional<ReleaseSettings>&
 }
 
 std::optional<ArchiveExporter::Signing>
-ReleasePlanner::exportSigning(const std::optional<ReleaseSettings>& settings) const {
+ReleasePlanner::exportSigning(const std::optional<ReleaseSettings>& settings,
+                              const std::optional<ResolvedProvisioningProfile>& profile) const {
+    using Signing = ArchiveExporter::Signing;
+    if (profile && profile->bundleIdentifier)
+        return Signing{
+            Signing::Manual{.identity = profile->identity,
+                            .provisioningProfiles = {{*profile->bundleIdentifier, profile->specifier}}}};
     if (settings && (isGiven(options.codesignIdentity) || !context.interactive()))
-        return ArchiveExporter::Signing{
-            ArchiveExporter::Signing::Manual{.identity = settings->codesignIdentity.name}};
+        return Signing{Signing::Manual{.identity = settings->codesignIdentity.name}};
     return std::nullopt;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Commands/Release/ReleaseCredentials.h"
+#include "Commands/Release/SuppliedProvisioningProfile.h"
 
 #include <HalvoCore/DistributionTools.h>
 #include <HalvoCore/StorageController.h>
@@ -27,11 +28,16 @@ struct ReleasePlan {
 class ReleasePlanner {
 public:
     ReleasePlanner(const ReleaseOptions& options, const ReleaseCredentials& credentials,
-                   StorageControllerProtocol& storage, DistributionTools& tools, const OutputContext& context)
-        : options(options), credentials(credentials), storage(storage), tools(tools), context(context) {}
+                   StorageControllerProtocol& storage, DistributionTools& tools, const Platform& platform,
+                   const OutputContext& context)
+        : options(options), credentials(credentials), storage(storage), tools(tools), platform(platform),
+          context(context) {}
 
-    /// Throws CLIError `missing_argument`, CodesigningError, and what reading the settings throws.
-    ReleasePlan makePlan(const std::string& bundleIdentifier, bool fromArchive) const;
+    /// `profile` signs what is exported from an archive. Warns of a background that is ignored or not sharp.
+    /// Throws CLIError `missing_argument`, CodesigningError, Failure for a background that does not fit, and
+    /// what reading the settings throws.
+    ReleasePlan makePlan(const std::string& bundleIdentifier, bool fromArchive,
+                         const std::optional<ResolvedProvisioningProfile>& profile = {}) const;
 
 private:
     ReleasePlan resolveReleaseSettings(const std::string& bundleIdentifier) const;
@@ -40,13 +46,15 @@ private:
     void requireNotarization(const std::optional<ReleaseSettings>& stored) const;
     NotarizationPolicy resolvedNotarizationPolicy(const std::optional<ReleaseSettings>& settings) const;
     std::optional<ArchiveExporter::Signing>
-    exportSigning(const std::optional<ReleaseSettings>& settings) const;
+    exportSigning(const std::optional<ReleaseSettings>& settings,
+                  const std::optional<ResolvedProvisioningProfile>& profile) const;
     void noteIgnoredBackgroundFlag() const;
 
     const ReleaseOptions& options;
     const ReleaseCredentials& credentials;
     StorageControllerProtocol& storage;
     DistributionTools& tools;
+    const Platform& platform;
     const OutputContext& context;
 };
 

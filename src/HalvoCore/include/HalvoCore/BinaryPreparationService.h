@@ -41,8 +41,8 @@ public:
                              std::stop_token cancellation)
         : tools(tools), zipService(zipService), cancellation(std::move(cancellation)) {}
 
-    /// A failure of any step passes through unchanged. A temporary file that was finished by then is removed,
-    /// but the export folder of an archive stays for looking at.
+    /// A failure of any step passes through unchanged. What was made by then is removed, but for the folder
+    /// of an export that failed, which its ArchiveExportError names.
     Prepared prepareBinary(const Request& request);
 
     /// What will be true of the release. Never fails: a check that cannot be made counts as "not notarized".

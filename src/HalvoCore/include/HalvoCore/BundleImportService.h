@@ -1,5 +1,6 @@
 #pragma once
 
+#include <HalvoCore/DMGService.h>
 #include <HalvoCore/ZipService.h>
 #include <Models/ImportedBundle.h>
 
@@ -29,17 +30,19 @@ public:
         static std::string describe(const Case& which);
     };
 
-    explicit BundleImportService(const ZipService& zipService) : zipService(zipService) {}
+    BundleImportService(const ZipService& zipService, const DMGService& dmgService)
+        : zipService(zipService), dmgService(dmgService) {}
 
-    /// An app bundle, a ZIP archive, or any other folder that opens as a bundle. An icon that was copied out
-    /// of an archive is a temporary file of the caller's. Throws ImportError, ZipService::ZipError and
-    /// BundleInfoError.
+    /// An app bundle, a disk image, a ZIP archive, or any other folder that opens as a bundle. An icon that
+    /// was copied out of an image or archive is a temporary file of the caller's. Throws ImportError,
+    /// BundleInfoError, and what ZipService and DMGService throw.
     ImportedBundle importBundle(const URL& url) const;
-    /// An Xcode archive.
+    /// An Xcode archive. Throws ImportError, ArchiveExportError and BundleInfoError.
     ImportedBundle importArchive(const URL& url) const;
 
 private:
     const ZipService& zipService;
+    const DMGService& dmgService;
 };
 
 } // namespace halvo

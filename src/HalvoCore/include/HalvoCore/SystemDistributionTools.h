@@ -2,6 +2,7 @@
 
 #include <HalvoCore/DistributionTools.h>
 
+#include <HalvoDMG/DMGCreator.h>
 #include <HalvoNotarization/Codesigner.h>
 #include <HalvoNotarization/Notarizer.h>
 #include <HalvoNotarization/ProvisioningProfileReader.h>
@@ -20,8 +21,8 @@ public:
     void assertDistributable(const URL& appURL) override;
     URL exportArchive(const URL& archiveURL, const std::string& teamID,
                       const std::optional<ArchiveExporter::Signing>& signing) override;
-    /// Throws StepNotAvailableError.
-    URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG& format) override;
+    URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG& format,
+                  const ByteProgress& progress) override;
     void notarize(const URL& fileURL, const NotarizationCredentials& credentials) override;
     bool isNotarized(const URL& fileURL) override;
 
@@ -30,6 +31,9 @@ private:
     ProvisioningProfileReader profiles;
     ArchiveExporter exporter;
     Notarizer notarizer;
+    DMGCreator dmgCreator;
+    ImageServices& images;
+    std::filesystem::path temporaryDirectory;
 };
 
 } // namespace halvo

@@ -12,6 +12,28 @@ namespace halvo {
 /// Why a disk image could not be made.
 class DMGCreationError : public Failure {
 public:
+    struct AppNotFound {
+        URL url{};
+    };
+    struct InvalidApp {
+        std::string reason{};
+    };
+    struct CommandFailed {
+        std::string command{};
+        int exitCode = 0; ///< of a tool that a signal ended: 128 and its number
+        std::string output{};
+    };
+    struct MountFailed {
+        std::string reason{};
+    };
+    /// The system refused a tool something that only its user can allow.
+    struct OperationNotPermitted {
+        std::string command{};
+        std::string output{};
+    };
+    struct OutputAlreadyExists {
+        URL url{};
+    };
     struct AliasBuildFailed {
         std::string reason{};
     };
@@ -34,8 +56,10 @@ public:
     struct BackgroundNormalizationFailed {
         URL url{};
     };
-    using Case = std::variant<AliasBuildFailed, DSStoreWriteFailed, InvalidBackgroundImage,
-                              BackgroundAspectMismatch, BackgroundTooSmall, BackgroundNormalizationFailed>;
+    using Case =
+        std::variant<AppNotFound, InvalidApp, CommandFailed, MountFailed, OperationNotPermitted,
+                     OutputAlreadyExists, AliasBuildFailed, DSStoreWriteFailed, InvalidBackgroundImage,
+                     BackgroundAspectMismatch, BackgroundTooSmall, BackgroundNormalizationFailed>;
 
     explicit DMGCreationError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
 

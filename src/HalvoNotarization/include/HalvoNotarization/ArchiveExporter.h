@@ -39,8 +39,11 @@ public:
     };
     using Case = std::variant<ArchiveNotFound, ExportFailed, ProvisioningProfileRequired, AppNotFound,
                               UnexpectedExportLayout, MissingApplicationPath>;
-    explicit ArchiveExportError(Case which) : Failure(describe(which)), which(std::move(which)) {}
+    explicit ArchiveExportError(Case which, std::filesystem::path exportFolder = {})
+        : Failure(describe(which)), which(std::move(which)), exportFolder(std::move(exportFolder)) {}
     Case which;
+    std::filesystem::path
+        exportFolder; ///< what the tool left, to be looked at; empty when nothing was exported
 
 private:
     static std::string describe(const Case& which);
@@ -68,8 +71,8 @@ public:
           cancellation(std::move(cancellation)) {}
 
     /// The exported app, in a folder "HalvoExport-<UUID>" of the temporary directory that belongs to the
-    /// caller. After a failure the folder stays, to be looked at. Throws ArchiveExportError, ProcessError,
-    /// and FileError when the folder cannot be written.
+    /// caller. An ArchiveExportError names the folder, which stays, to be looked at; after any other failure
+    /// it is gone. Throws ProcessError, CancelledError, and FileError when the folder cannot be written.
     std::filesystem::path exportArchive(const std::filesystem::path& archive, const std::string& teamID,
                                         const Signing& signing);
 

@@ -39,6 +39,10 @@ struct Release {
 /// Highest build number first; equal ones keep their order.
 std::vector<Release> sortedByBundleVersion(std::vector<Release> releases);
 
+/// One more than the highest build number, drafts and every channel counted; 1 when there is none. Throws
+/// Failure when no integer is left.
+std::int64_t nextBundleVersion(const std::vector<Release>& releases);
+
 /// On disk: dates are seconds since 2001.
 void to_json(nlohmann::json& json, const Release& release);
 void from_json(const nlohmann::json& json, Release& release); ///< throws ModelError

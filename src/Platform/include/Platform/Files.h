@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <utility>
 
 namespace halvo {
 
@@ -47,6 +48,25 @@ void writeNewFile(const std::filesystem::path& path, ByteView bytes, unsigned mo
 
 /// Removes what is there, a whole folder too, and never fails: for temporary files whose loss is no loss.
 void removeQuietly(const std::filesystem::path& path) noexcept;
+
+/// Removes a file or folder, which may not exist yet, when the object goes.
+class TemporaryPath {
+public:
+    explicit TemporaryPath(std::filesystem::path path) : location(std::move(path)) {}
+    TemporaryPath(const TemporaryPath&) = delete;
+    TemporaryPath& operator=(const TemporaryPath&) = delete;
+    ~TemporaryPath() {
+        if (!location.empty())
+            removeQuietly(location);
+    }
+
+    const std::filesystem::path& path() const { return location; }
+    /// Gives what is there to the caller; it is not removed here any more.
+    std::filesystem::path release() { return std::exchange(location, {}); }
+
+private:
+    std::filesystem::path location;
+};
 
 /// A fresh folder that is removed with everything in it when the object goes.
 class TemporaryDirectory {

@@ -8,6 +8,7 @@
 #include <Platform/Log.h>
 #include <Platform/ProcessRunner.h>
 #include <Platform/UserDefaults.h>
+#include <Platform/VolumeFacts.h>
 #include <Platform/Workspace.h>
 
 #include <filesystem>
@@ -26,6 +27,7 @@ struct Platform {
     HTTPSession& http;
     ImageServices& images;
     Workspace& workspace;
+    const VolumeFacts& volumes;
     Log& log;
     std::filesystem::path temporaryDirectory; ///< `TMPDIR`, or the system's
     std::filesystem::path homeDirectory;

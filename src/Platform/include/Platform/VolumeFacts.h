@@ -1,10 +1,10 @@
 #pragma once
 
 #include <Base/Date.h>
+#include <Platform/AttachedVolumes.h>
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -16,6 +16,8 @@ public:
     struct Info {
         std::string name{};
         Date createDate{};
+        /// Where macOS mounts it, when that is not where it stands for now.
+        std::optional<std::string> usualMountPoint{};
         bool operator==(const Info&) const = default;
     };
 
@@ -28,21 +30,21 @@ public:
     virtual std::optional<Date> creationDate(const std::filesystem::path& path) const = 0;
 };
 
-/// Folders of this system, which stand for the volumes that will be made of them.
+/// Folders of this system: those that stand for attached disk images (AttachedVolumes), and any other as if it
+/// were a volume.
 class SystemVolumeFacts final : public VolumeFacts {
 public:
-    /// The number that a file has in a catalog of our own making; absent for a file that it does not know.
-    using FileIDSource = std::function<std::optional<std::uint64_t>(const std::filesystem::path&)>;
-
-    /// Files that `source` does not know, or all without one, have their inode numbers.
-    explicit SystemVolumeFacts(FileIDSource source = {});
+    /// Knows of no attached images: files have their inode numbers.
+    SystemVolumeFacts() = default;
+    /// Files of attached images have the numbers and dates that they will have in the image.
+    explicit SystemVolumeFacts(AttachedVolumes attached) : attached(std::move(attached)) {}
 
     Info info(const std::filesystem::path& mountPoint) const override;
     std::uint64_t fileID(const std::filesystem::path& path) const override;
     std::optional<Date> creationDate(const std::filesystem::path& path) const override;
 
 private:
-    FileIDSource source;
+    std::optional<AttachedVolumes> attached;
 };
 
 } // namespace halvo

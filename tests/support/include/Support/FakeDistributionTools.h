@@ -33,9 +33,10 @@ public:
             way = std::holds_alternative<ArchiveExporter::Signing::Manual>(signing->value) ? "manual"
                                                                                            : "automatic";
         note("export " + archiveURL.lastPathComponent() + " for " + teamID + ", signing " + way);
-        return URL::file("/exported/Exported.app");
+        return exportedApp;
     }
-    URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG&) override {
+    URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG&,
+                  const ByteProgress&) override {
         note("createDMG " + appName + " from " + appURL.lastPathComponent());
         return dmg;
     }
@@ -50,7 +51,8 @@ public:
     bool appIsSigned = false;
     bool appIsNotarized = false;
     std::vector<CodesignIdentity> identities{};
-    URL dmg{};               ///< what building a disk image gives
+    URL dmg{}; ///< what building a disk image gives
+    URL exportedApp = URL::file("/exported/Exported.app");
     std::string failingAt{}; ///< the operation that throws a Failure
     std::vector<std::string> calls{};
 

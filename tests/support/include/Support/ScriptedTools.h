@@ -30,6 +30,7 @@ struct ScriptedCall {
     std::string input{};
     std::map<std::string, std::string> environment{};
     std::optional<SeenKey> key{};
+    std::string exportOptions{}; ///< the property list that an export was given
     bool ownGroup = false;
 };
 
@@ -47,6 +48,8 @@ public:
     void script(const std::string& command, const std::vector<std::string>& runs) const;
 
     const Environment& environment() const { return variables; }
+    /// What a program needs to find the tools, for runs of its own.
+    std::map<std::string, std::string> programVariables() const;
     ProcessRunner& runner() { return processes; }
     /// For the temporary files of the code under test.
     std::filesystem::path temporaryDirectory() const { return folder / "tmp"; }

@@ -1,0 +1,148 @@
+#include <HalvoCore/DMGService.h>
+
+#include "ImportedIcon.h"
+
+#include <Platform/Bundle.h>
+#include <Platform/Files.h>
+#include <Platform/PropertyList.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace halvo {
+namespace {
+
+constexpr const char* component = "DMGService";
+
+/// `hdiutil attach` prints the licence of an image in front of its answer.
+ByteView propertyListIn(const std::string& output) {
+    const std::size_t start = output.find("<?xml");
+    return viewBytes(start == std::string::npos ? std::string_view(output)
+                                                : std::string_view(output).substr(start));
+}
+
+/// Where the first mounted volume of an image is; absent when none is.
+std::optional<URL> mountPointIn(const PropertyListArray& entities) {
+    for (const PropertyList& entity : entities)
+        if (const auto* path = entity.find<std::string>("mount-point"))
+            return URL::file(*path);
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string DMGService::DMGError::describe(const Case& which) {
+    struct Describer {
+        std::string operator()(const MountFailed& failed) const {
+            return "Failed to mount DMG: " + failed.text;
+        }
+        std::string operator()(const UnmountFailed& failed) const {
+            return "Failed to unmount DMG: " + failed.text;
+        }
+        std::string operator()(const NoAppFound&) const { return "No .app bundle found in DMG"; }
+        std::string operator()(const InvalidBundle&) const { return "Invalid app bundle in DMG"; }
+    };
+    return std::visit(Describer(), which);
+}
+
+BundleInfo DMGService::extractBundleInfo(const URL& dmgURL) const {
+    struct Mount {
+        const DMGService& service;
+        URL point;
+        ~Mount() {
+            try {
+                service.unmount(point);
+            } catch (const std::exception& error) {
+                service.log.write(LogLevel::error, component,
+                                  "Failed to unmount DMG at " + point.path() + ": " + halvo::describe(error));
+            }
+        }
+    };
+    const Mount mounted{*this, mount(dmgURL)};
+    if (cancellation.stop_requested())
+        throw CancelledError();
+    const auto bundle = Bundle::open(findApp(mounted.point).filePath());
+    if (!bundle)
+        throw DMGError(DMGError::InvalidBundle());
+    BundleInfo info = BundleInfo::from(*bundle);
+    keepIcon(info, temporaryDirectory);
+    return info;
+}
+
+URL DMGService::mount(const URL& dmgURL) const {
+    if (const auto existing = findExistingMount(dmgURL)) {
+        log.write(LogLevel::info, component,
+                  "Reusing existing mount at " + existing->path() + " for " + dmgURL.lastPathComponent());
+        return *existing;
+    }
+    if (cancellation.stop_requested())
+        throw CancelledError();
+    // Not cancelled half-way: a volume would stay mounted that nobody knows of.
+    const ProcessResult result =
+        hdiutil({"attach", dmgURL.filePath().string(), "-plist", "-nobrowse", "-readonly"}, {});
+    if (!result.succeeded())
+        throw DMGError(DMGError::MountFailed{"hdiutil exited with status " +
+                                             std::to_string(result.termination.value) + ": " +
+                                             result.standardError});
+    const PropertyList answer = PropertyList::parse(propertyListIn(result.standardOutput));
+    const auto* entities = answer.find<PropertyListArray>("system-entities");
+    if (entities == nullptr)
+        throw DMGError(DMGError::MountFailed{"Failed to parse hdiutil output"});
+    if (const auto point = mountPointIn(*entities))
+        return *point;
+    throw DMGError(DMGError::MountFailed{"No mount point found in hdiutil output"});
+}
+
+std::optional<URL> DMGService::findExistingMount(const URL& dmgURL) const {
+    try {
+        const ProcessResult result = hdiutil({"info", "-plist"}, cancellation);
+        if (!result.succeeded())
+            return std::nullopt;
+        const PropertyList answer = PropertyList::parse(propertyListIn(result.standardOutput));
+        const auto* images = answer.find<PropertyListArray>("images");
+        if (images == nullptr)
+            return std::nullopt;
+        const std::string wanted = dmgURL.filePath().string();
+        for (const PropertyList& image : *images) {
+            const auto* path = image.find<std::string>("image-path");
+            const auto* entities = image.find<PropertyListArray>("system-entities");
+            if (path != nullptr && *path == wanted && entities != nullptr)
+                return mountPointIn(*entities);
+        }
+    } catch (const ProcessError&) { // attaching it tells what is wrong
+    } catch (const PropertyListError&) {
+    }
+    return std::nullopt;
+}
+
+void DMGService::unmount(const URL& mountPoint) const {
+    const ProcessResult result = hdiutil({"detach", mountPoint.filePath().string(), "-force"}, {});
+    if (!result.succeeded())
+        throw DMGError(DMGError::UnmountFailed{result.errorText()});
+}
+
+URL DMGService::findApp(const URL& mountPoint) {
+    const std::filesystem::path volume = mountPoint.filePath();
+    std::vector<std::filesystem::path> apps;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(volume, error);
+         !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+        if (pathExtension(entry->path()) == "app" && isPackage(entry->path()))
+            apps.push_back(entry->path());
+    if (error)
+        throw FileError("read", volume, error.value());
+    if (apps.empty())
+        throw DMGError(DMGError::NoAppFound());
+    return URL::file(*std::ranges::min_element(apps));
+}
+
+ProcessResult DMGService::hdiutil(Arguments arguments, const std::stop_token& runCancellation) const {
+    constexpr std::size_t longestAnswer = std::size_t{8} << 20; // a list of all images of the machine
+    return processes.run({.executable = "/usr/bin/hdiutil",
+                          .arguments = std::move(arguments),
+                          .ownGroup = true,
+                          .outputLimit = longestAnswer,
+                          .cancellation = runCancellation});
+}
+
+} // namespace halvo

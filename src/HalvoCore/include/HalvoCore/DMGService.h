@@ -1,0 +1,66 @@
+#pragma once
+
+#include <Base/Failure.h>
+#include <Models/BundleInfo.h>
+#include <Platform/Log.h>
+#include <Platform/ProcessRunner.h>
+
+#include <filesystem>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <variant>
+
+namespace halvo {
+
+/// Reads the metadata of the app in a disk image, which `hdiutil` mounts for that.
+class DMGService {
+public:
+    class DMGError : public Failure {
+    public:
+        struct MountFailed {
+            std::string text{};
+        };
+        struct UnmountFailed {
+            std::string text{};
+        };
+        struct NoAppFound {};
+        struct InvalidBundle {};
+        using Case = std::variant<MountFailed, UnmountFailed, NoAppFound, InvalidBundle>;
+        explicit DMGError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
+        Case which;
+
+    private:
+        static std::string describe(const Case& which);
+    };
+
+    DMGService(ProcessRunner& processes, Log& log, std::filesystem::path temporaryDirectory,
+               std::stop_token cancellation = {})
+        : processes(processes), log(log), temporaryDirectory(std::move(temporaryDirectory)),
+          cancellation(std::move(cancellation)) {}
+
+    /// Mounts the image, reads the first app at its top and unmounts it again, an image too that was mounted
+    /// before. `url` of the result points to a place that is gone; `appIcon` is a copy that the caller
+    /// removes. Throws DMGError, BundleInfoError, PropertyListError and ProcessError.
+    BundleInfo extractBundleInfo(const URL& dmgURL) const;
+
+    /// Gives where the image is mounted, read-only unless it was mounted before. Throws DMGError
+    /// `MountFailed`, PropertyListError for an answer that cannot be read, and ProcessError.
+    URL mount(const URL& dmgURL) const;
+    /// Throws DMGError `UnmountFailed` and ProcessError.
+    void unmount(const URL& mountPoint) const;
+    /// Absent when the image is not mounted, or nobody can tell.
+    std::optional<URL> findExistingMount(const URL& dmgURL) const;
+    /// The first app at the top of a volume, by name. Throws DMGError `NoAppFound`.
+    static URL findApp(const URL& mountPoint);
+
+private:
+    ProcessResult hdiutil(Arguments arguments, const std::stop_token& runCancellation) const;
+
+    ProcessRunner& processes;
+    Log& log;
+    std::filesystem::path temporaryDirectory;
+    std::stop_token cancellation;
+};
+
+} // namespace halvo

@@ -1,0 +1,123 @@
+#include <HalvoCore/DMGService.h>
+
+#include <Platform/PropertyList.h>
+#include <Support/DemoApp.h>
+#include <Support/FakeProcessRunner.h>
+#include <Support/RecordingLog.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace halvo {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+
+constexpr const char* hdiutil = "/usr/bin/hdiutil";
+
+/// An image whose volume is a folder with one app.
+class DMGServiceTest : public testing::Test {
+protected:
+    DMGServiceTest() {
+        fs::create_directory(temporary);
+        test::writeDemoApp(folder, "volume/Demo.app");
+        folder.write("volume/A.app", "sorted first, and no package");
+        answers["info"] = plist({{"images", PropertyListArray()}});
+        answers["attach"] = plist({{"system-entities", entities()}});
+        processes.reply({hdiutil},
+                        [this](const ProcessRequest& request) { return answers[request.arguments.front()]; });
+    }
+    static ProcessResult plist(PropertyListDictionary list, const std::string& before = "") {
+        return {.standardOutput = before + std::string(viewText(PropertyList(std::move(list)).xml()))};
+    }
+    static ProcessResult failed(const std::string& text) {
+        return {.termination = {.value = 7}, .standardError = text};
+    }
+    PropertyListArray entities() const {
+        return {PropertyListDictionary{{"dev-entry", "/dev/disk5"}},
+                PropertyListDictionary{{"mount-point", volume.string()}}};
+    }
+    std::string failure() {
+        try {
+            service.extractBundleInfo(image);
+        } catch (const Failure& failure) {
+            return failure.description();
+        }
+        return "was read";
+    }
+    Arguments detaching() const { return {hdiutil, "detach", volume.string(), "-force"}; }
+
+    test::TemporaryFolder folder;
+    fs::path temporary = folder / "temporary";
+    fs::path volume = folder / "volume";
+    URL image = URL::file(folder / "My App.dmg");
+    std::map<std::string, ProcessResult> answers{}; ///< by what hdiutil is told to do
+    test::FakeProcessRunner processes;
+    test::RecordingLog log{LogLevel::info};
+    DMGService service{processes, log, temporary};
+};
+
+TEST_F(DMGServiceTest, mountsReadsAndDetaches) {
+    const BundleInfo info = service.extractBundleInfo(image);
+    EXPECT_EQ(info.identifier, "com.example.Demo");
+    EXPECT_EQ(info.appIcon->filePath().parent_path(), temporary);
+    EXPECT_EQ(test::readText(info.appIcon->filePath()), "picture");
+    EXPECT_THAT(processes.commands, ElementsAre(Arguments{hdiutil, "info", "-plist"},
+                                                Arguments{hdiutil, "attach", (folder / "My App.dmg").string(),
+                                                          "-plist", "-nobrowse", "-readonly"},
+                                                detaching()));
+}
+
+TEST_F(DMGServiceTest, usesAMountThatIsThereAndThenDetachesIt) {
+    const PropertyListArray elsewhere{PropertyListDictionary{{"mount-point", "/elsewhere"}}};
+    const std::string path = image.filePath().string();
+    const PropertyListDictionary other{{"image-path", path + ".dmg"}, {"system-entities", elsewhere}};
+    const PropertyListDictionary same{{"image-path", path}, {"system-entities", entities()}};
+    answers["info"] = plist({{"images", PropertyListArray{other, same}}});
+    EXPECT_EQ(service.extractBundleInfo(image).identifier, "com.example.Demo");
+    EXPECT_THAT(processes.commands, ElementsAre(Arguments{hdiutil, "info", "-plist"}, detaching()));
+    EXPECT_THAT(log.messages,
+                ElementsAre("Reusing existing mount at " + volume.string() + " for My App.dmg"));
+}
+
+TEST_F(DMGServiceTest, attachesWhatNobodyCanTellToBeMounted) {
+    const ProcessResult mute[] = {failed("no"), {.standardOutput = "no list"}, plist({})};
+    for (const ProcessResult& answer : mute) {
+        answers["info"] = answer;
+        answers["attach"] = plist({{"system-entities", entities()}}, "A licence.\n");
+        EXPECT_EQ(failure(), "was read");
+        EXPECT_EQ(processes.commands.back(), detaching());
+    }
+}
+
+TEST_F(DMGServiceTest, namesWhatCannotBeMounted) {
+    const std::pair<ProcessResult, const char*> cases[] = {
+        {failed("no mountable file systems"),
+         "Failed to mount DMG: hdiutil exited with status 7: no mountable file systems"},
+        {failed("\xff"), "Failed to mount DMG: hdiutil exited with status 7: "},
+        {plist({{"other", 1}}), "Failed to mount DMG: Failed to parse hdiutil output"},
+        {plist({{"system-entities", PropertyListArray()}}),
+         "Failed to mount DMG: No mount point found in hdiutil output"},
+    };
+    for (const auto& [answer, text] : cases) {
+        answers["attach"] = answer;
+        EXPECT_EQ(failure(), text);
+    }
+    answers["attach"] = {.standardOutput = "no list"};
+    EXPECT_THROW(service.mount(image), PropertyListError);
+}
+
+TEST_F(DMGServiceTest, detachesAVolumeThatItCannotUseAndLogsWhereThatFails) {
+    fs::remove_all(volume / "Demo.app/Contents");
+    EXPECT_EQ(failure(), "Invalid app bundle in DMG");
+    EXPECT_EQ(processes.commands.back(), detaching());
+    fs::remove_all(volume / "Demo.app");
+    answers["detach"] = failed("busy");
+    EXPECT_EQ(failure(), "No .app bundle found in DMG");
+    EXPECT_THAT(log.messages,
+                ElementsAre("Failed to unmount DMG at " + volume.string() + ": Failed to unmount DMG: busy"));
+}
+
+} // namespace
+} // namespace halvo
