@@ -39,7 +39,7 @@ Bytes seedOf(const hfsplus::VolumeContents& contents, const hfsplus::VolumePrope
     BinaryWriter seed;
     seed.writeText(properties.name);
     seed.writeUInt64(static_cast<std::uint64_t>(properties.creationDate.time_since_epoch().count()));
-    seed.writeUInt64(contents.minimumSize());
+    seed.writeUInt64(contents.minimumSize(properties.name));
     for (const auto& [path, id] : contents.catalogIDs()) {
         seed.writeUInt32(id);
         seed.writeText(path);
@@ -74,7 +74,7 @@ fs::path DiskImages::create(const fs::path& folder, const std::string& volumeNam
     const Bytes seed = seedOf(contents, properties);
     properties.identifier = volumeIdentifier(identifier(seed, 'v'));
     const std::uint64_t volumeSectors =
-        (contents.minimumSize() + spareBytes) / sectorSize / blockSectors * blockSectors + blockSectors;
+        (contents.minimumSize(volumeName) + spareBytes) / sectorSize / blockSectors * blockSectors + blockSectors;
     const SingleVolumeDisk disk{.sectorCount = SingleVolumeDisk::overhead + volumeSectors,
                                 .diskID = identifier(seed, 'd'),
                                 .partitionID = identifier(seed, 'p')};

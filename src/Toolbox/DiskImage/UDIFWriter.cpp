@@ -31,9 +31,11 @@ public:
         chunk.type = encoded.type;
         chunk.offset = size;
         chunk.storedSize = encoded.bytes.size();
-        writeAt(file, path, size, encoded.bytes);
-        checksum = libdeflate_crc32(checksum, encoded.bytes.data(), encoded.bytes.size());
-        size += encoded.bytes.size();
+        if (!encoded.bytes.empty()) { // the checksum of no bytes would start again
+            writeAt(file, path, size, encoded.bytes);
+            checksum = libdeflate_crc32(checksum, encoded.bytes.data(), encoded.bytes.size());
+            size += encoded.bytes.size();
+        }
         table.chunks.push_back(chunk);
     }
 
