@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Base/URL.h>
+#include <HalvoDMG/PictureSizes.h>
 
 #include <cstdint>
 #include <optional>
@@ -26,6 +27,8 @@ struct DMGConfiguration {
     std::int64_t applicationsLinkX = 450;
     std::int64_t applicationsLinkY = 174;
     std::optional<URL> backgroundImage{}; ///< absent: one is generated
+
+    PointSize windowSize() const { return {windowWidth, windowHeight}; }
 
     bool operator==(const DMGConfiguration&) const = default;
 };

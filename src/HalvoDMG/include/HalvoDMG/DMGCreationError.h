@@ -1,6 +1,8 @@
 #pragma once
 
 #include <Base/Failure.h>
+#include <Base/URL.h>
+#include <HalvoDMG/PictureSizes.h>
 
 #include <string>
 #include <variant>
@@ -16,7 +18,24 @@ public:
     struct DSStoreWriteFailed {
         std::string reason{};
     };
-    using Case = std::variant<AliasBuildFailed, DSStoreWriteFailed>;
+    struct InvalidBackgroundImage {
+        URL url{};
+    };
+    struct BackgroundAspectMismatch {
+        URL url{};
+        PixelSize pixelSize{};
+        PointSize windowSize{};
+    };
+    struct BackgroundTooSmall {
+        URL url{};
+        PixelSize pixelSize{};
+        PointSize windowSize{};
+    };
+    struct BackgroundNormalizationFailed {
+        URL url{};
+    };
+    using Case = std::variant<AliasBuildFailed, DSStoreWriteFailed, InvalidBackgroundImage,
+                              BackgroundAspectMismatch, BackgroundTooSmall, BackgroundNormalizationFailed>;
 
     explicit DMGCreationError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
 
