@@ -10,15 +10,29 @@ namespace {
 class SystemImageServices final : public ImageServices {
 public:
     std::optional<Bytes> renderPNG(ByteView image, unsigned size) override {
-        std::call_once(opened, [this] {
-            services.reset(LoadedModule("images").function<ImageServices*()>("halvoMakeImageServices")());
-        });
-        return services->renderPNG(image, size);
+        return services().renderPNG(image, size);
+    }
+    std::optional<Bytes> renderPNG(const Drawing& drawing, double width, double height,
+                                   double scale) override {
+        return services().renderPNG(drawing, width, height, scale);
+    }
+    std::optional<ImageProperties> readProperties(ByteView image) override {
+        return services().readProperties(image);
+    }
+    std::optional<Bytes> withDensity(ByteView image, PixelDensity density) override {
+        return services().withDensity(image, density);
     }
 
 private:
+    ImageServices& services() {
+        std::call_once(opened, [this] {
+            module.reset(LoadedModule("images").function<ImageServices*()>("halvoMakeImageServices")());
+        });
+        return *module;
+    }
+
     std::once_flag opened;
-    std::unique_ptr<ImageServices> services;
+    std::unique_ptr<ImageServices> module;
 };
 
 } // namespace

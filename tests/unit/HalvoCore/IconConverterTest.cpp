@@ -18,6 +18,9 @@ public:
             return std::nullopt;
         return copyBytes("PNG of " + std::to_string(size));
     }
+    std::optional<Bytes> renderPNG(const Drawing&, double, double, double) override { return std::nullopt; }
+    std::optional<ImageProperties> readProperties(ByteView) override { return std::nullopt; }
+    std::optional<Bytes> withDensity(ByteView, PixelDensity) override { return std::nullopt; }
 };
 
 TEST(IconConverter, writesAPNGForTheCallerToRemove) {
