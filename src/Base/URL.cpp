@@ -2,6 +2,8 @@
 
 #include <Base/Text.h>
 
+#include <algorithm>
+
 namespace halvo {
 namespace {
 
@@ -100,6 +102,17 @@ std::optional<std::string> normalised(std::string_view text) {
 }
 
 } // namespace
+
+bool isLoopbackHost(std::string_view host) {
+    if (lowercased(host) == "localhost" || host == "[::1]")
+        return true;
+    const std::vector<std::string> parts = split(host, '.');
+    return parts.size() == 4 && parts.front() == "127" &&
+           std::ranges::all_of(parts, [](const std::string& part) {
+               return !part.empty() && part.size() <= 3 &&
+                      part.find_first_not_of("0123456789") == std::string::npos;
+           });
+}
 
 std::string percentEncoded(std::string_view text, std::string_view kept) {
     static constexpr char digits[] = "0123456789ABCDEF";

@@ -56,6 +56,9 @@ private:
     std::string text;
 };
 
+/// Whether a host as it stands in a URL names this very machine: "localhost", 127.0.0.0/8 or "[::1]".
+bool isLoopbackHost(std::string_view host);
+
 /// Percent-encodes every byte but letters, digits, "-._~" and those in `kept` (RFC 3986, upper-case digits).
 std::string percentEncoded(std::string_view text, std::string_view kept = "");
 /// Each "%XX" becomes its byte; a "%" that starts no such triple stays as it is. "+" stays.

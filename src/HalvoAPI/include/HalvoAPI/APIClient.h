@@ -21,6 +21,12 @@ namespace halvo {
 
 class APIClient;
 
+/// A file that should be uploaded cannot be read; the log has the reason.
+class UploadFileError : public Failure {
+public:
+    UploadFileError() : Failure("Failed to read file data") {}
+};
+
 /// Told of every answer that is an APIError, before the failure reaches the caller.
 class APIClientDelegate {
 public:
@@ -51,7 +57,7 @@ public:
     AppResponse createApp(const CreateAppRequest& request);
     AppResponse updateApp(const UpdateAppRequest& request);
     void deleteApp(const UUID& id);
-    /// The file is mapped and streamed. Throws FileError when it cannot be read.
+    /// The file is mapped and streamed. Throws UploadFileError.
     AppResponse uploadAppIcon(const std::filesystem::path& file, const UUID& appID);
     AppResponse fetchApp(const std::string& bundleIdentifier);
     std::vector<AppResponse> fetchUsersApps();
@@ -61,7 +67,7 @@ public:
     ReleaseResponse createRelease(const CreateReleaseRequest& request);
     ReleaseResponse updateRelease(const UpdateReleaseRequest& request);
     void deleteRelease(const UUID& id);
-    /// The file is mapped and streamed. Throws FileError when it cannot be read.
+    /// The file is mapped and streamed. Throws UploadFileError.
     ReleaseResponse uploadBinary(const std::filesystem::path& file, const UUID& releaseID,
                                  const TransferProgress& progress = {});
 

@@ -60,10 +60,10 @@ public:
     Kind kind;
 };
 
-/// Sends requests over HTTP/1.1 or 2, TLS certificates always verified, proxies taken from the environment.
-/// Redirects are not followed: they come back as responses. So does the answer of a server that refuses a
-/// body before it has all of it. Connections are kept for later requests. Usable from several threads at
-/// once.
+/// Sends requests over HTTP/1.1 or 2, TLS certificates always verified, proxies taken from the environment
+/// except for hosts that are this machine. Redirects are not followed: they come back as responses. So does
+/// the answer of a server that refuses a body before it has all of it. Connections are kept for later
+/// requests. Usable from several threads at once.
 class HTTPSession {
 public:
     virtual ~HTTPSession() = default;

@@ -1,6 +1,7 @@
 #include "CurlExchange.h"
 
 #include <Base/Text.h>
+#include <Base/URL.h>
 
 #include <algorithm>
 #include <charconv>
@@ -105,6 +106,8 @@ void CurlExchange::configure() {
 #if LIBCURL_VERSION_NUM >= 0x075700
     set(easy, CURLOPT_QUICK_EXIT, 1L); // a name look-up that was given up is not waited for
 #endif
+    if (isLoopbackHost(authority.host))
+        set(easy, CURLOPT_PROXY, ""); // what is meant for this machine does not leave it
     set(easy, CURLOPT_CLOSESOCKETFUNCTION, &CurlConnections::closeSocket);
     set(easy, CURLOPT_CLOSESOCKETDATA, &connections);
     setReceivers();

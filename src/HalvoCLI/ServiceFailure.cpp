@@ -1,0 +1,11 @@
+#include "ServiceFailure.h"
+
+namespace halvo {
+
+CLIError reportOf(const APIError& error) {
+    if (error.is<APIError::Unauthorized>())
+        return CLIError::notAuthenticated();
+    return {"api_error", "API error: " + error.description()};
+}
+
+} // namespace halvo

@@ -1,0 +1,57 @@
+#include <HalvoCore/HalvoReleaseUploader.h>
+
+#include "UploadedIcon.h"
+
+#include <HalvoCore/ReleasePublisher.h>
+
+#include <algorithm>
+
+namespace halvo {
+
+void HalvoReleaseUploader::preflightCheck(const BundleInfo& bundleInfo) {
+    const AppResponse held = apiClient.fetchApp(app.bundleIdentifier);
+    if (std::ranges::find(held.releases, bundleInfo.version, &ReleaseResponse::bundleVersion) !=
+        held.releases.end())
+        throw ReleaseError(ReleaseError::DuplicateVersion{bundleInfo.version});
+}
+
+UploadResult HalvoReleaseUploader::upload(const std::filesystem::path& file, const BundleInfo& bundleInfo,
+                                          const std::string& signature,
+                                          const ReleaseConfiguration& configuration) {
+    const auto fileSize = static_cast<std::int64_t>(std::filesystem::file_size(file));
+    const ReleaseResponse created =
+        apiClient.createRelease({.title = bundleInfo.versionDescription(),
+                                 .bundleVersion = bundleInfo.version,
+                                 .bundleVersionString = bundleInfo.versionString,
+                                 .releaseNotes = configuration.releaseNotes,
+                                 .minimumSystemVersion = bundleInfo.minimumSystemVersion,
+                                 .fileSize = fileSize,
+                                 .signature = signature,
+                                 .isPublished = configuration.isPublished,
+                                 .channel = configuration.channel,
+                                 .isPhasedRollout = configuration.isPhasedRollout,
+                                 .isCritical = configuration.isCritical,
+                                 .appID = app.id});
+    Release release = apiClient.uploadBinary(file, created.id, progress).release();
+    if (bundleInfo.appIcon)
+        uploadIcon(*bundleInfo.appIcon);
+    if (!release.downloadURL) // the service may have told it with the record only
+        release.downloadURL = created.downloadURL;
+    return {.downloadURL = release.downloadURL.value_or(app.downloadURL()),
+            .fileSize = fileSize,
+            .release = std::move(release),
+            .app = {app}};
+}
+
+void HalvoReleaseUploader::uploadIcon(const URL& icon) {
+    try {
+        const UploadedIcon png(icon, iconConverter);
+        apiClient.uploadAppIcon(png.file(), app.id);
+    } catch (const CancelledError&) {
+        throw;
+    } catch (const std::exception&) {
+        return; // the release stands without its picture
+    }
+}
+
+} // namespace halvo
