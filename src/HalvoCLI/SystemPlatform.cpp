@@ -39,7 +39,8 @@ struct SystemPlatform::Parts {
     std::unique_ptr<UserDefaults> userDefaults =
         makeSystemUserDefaults(settingsSuiteName, environment, home, clock, warnOnStandardError);
     std::unique_ptr<KeychainItems> keychainItems;
-    std::unique_ptr<HTTPSession> http = makeSystemHTTPSession();
+    std::unique_ptr<HTTPSession> http =
+        makeSystemHTTPSession(environment.nonEmpty("SSL_CERT_FILE").value_or(""));
     std::unique_ptr<ImageServices> images = makeSystemImageServices();
     SystemWorkspace workspace{environment};
     SystemLog log{};

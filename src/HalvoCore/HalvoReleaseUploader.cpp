@@ -32,7 +32,9 @@ UploadResult HalvoReleaseUploader::upload(const std::filesystem::path& file, con
                                  .isPhasedRollout = configuration.isPhasedRollout,
                                  .isCritical = configuration.isCritical,
                                  .appID = app.id});
+    unfinished = created.id;
     Release release = apiClient.uploadBinary(file, created.id, progress).release();
+    unfinished.reset();
     if (bundleInfo.appIcon)
         uploadIcon(*bundleInfo.appIcon);
     if (!release.downloadURL) // the service may have told it with the record only

@@ -11,6 +11,8 @@ namespace {
 /// Opens the module with the first request and leaves the rest to the session in it.
 class LoadedHTTPSession final : public HTTPSession {
 public:
+    explicit LoadedHTTPSession(std::filesystem::path authorities) : authorities(std::move(authorities)) {}
+
     HTTPResponse send(const HTTPRequest& request, const std::stop_token& cancellation) override {
         return loaded().send(request, cancellation);
     }
@@ -19,10 +21,12 @@ private:
     HTTPSession& loaded() {
         const std::scoped_lock lock(mutex);
         if (!session)
-            session.reset(LoadedModule("http").function<HTTPSession*()>("halvoMakeHTTPSession")());
+            session.reset(LoadedModule("http").function<HTTPSession*(const char*)>("halvoMakeHTTPSession")(
+                authorities.c_str()));
         return *session;
     }
 
+    const std::filesystem::path authorities;
     std::mutex mutex;
     std::unique_ptr<HTTPSession> session;
 };
@@ -36,6 +40,8 @@ std::optional<std::string> HTTPResponse::header(std::string_view name) const {
     return std::nullopt;
 }
 
-std::unique_ptr<HTTPSession> makeSystemHTTPSession() { return std::make_unique<LoadedHTTPSession>(); }
+std::unique_ptr<HTTPSession> makeSystemHTTPSession(const std::filesystem::path& authorities) {
+    return std::make_unique<LoadedHTTPSession>(authorities);
+}
 
 } // namespace halvo

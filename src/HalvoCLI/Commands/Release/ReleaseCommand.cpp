@@ -2,6 +2,7 @@
 #include "Commands/Release/ReleaseFlow.h"
 
 #include "CommandLine/CIEnvironment.h"
+#include "ServiceFailure.h"
 
 #include <Base/Text.h>
 
@@ -42,6 +43,8 @@ constexpr const char* discussionText =
 CLIError reportOf(const std::exception& error) {
     if (const auto* own = dynamic_cast<const CLIError*>(&error))
         return *own;
+    if (const auto* service = dynamic_cast<const APIError*>(&error))
+        return reportOf(*service);
     const std::string text = describe(error);
     if (dynamic_cast<const KeychainError*>(&error) != nullptr)
         return {"keychain_error", "Key error: " + text};
@@ -63,9 +66,13 @@ std::string quoted(const std::filesystem::path& path) {
     return "'" + replacingAll(text, "'", "'\\''") + "'";
 }
 
-CLIError withKeptFile(const CLIError& report, const std::filesystem::path& file) {
-    return {report.code, report.description() + "\nThe prepared file stays at " + file.string() +
-                             "; `halvo release " + quoted(file) + "` uploads it without building again."};
+/// What a failed upload left behind, and how another try makes use of it.
+std::string leftovers(const ReleaseFlow& flow) {
+    std::string text = flow.hint();
+    if (const auto& file = flow.keptFile())
+        text += "\nThe prepared file stays at " + file->string() + "; `halvo release " + quoted(*file) +
+                "` uploads it without building again.";
+    return text;
 }
 
 class ReleaseCommand final : public Command {
@@ -82,28 +89,28 @@ public:
         if (options.beta)
             services.streams.standardError->write(
                 "warning: --beta is deprecated; use --channel beta instead.\n");
-        std::optional<std::filesystem::path> kept;
+        std::string left;
         try {
             ReleaseFlow flow(options, services.platform, context);
             try {
                 flow.run();
             } catch (...) {
-                kept = flow.keptFile();
+                left = leftovers(flow);
                 throw;
             }
         } catch (const ExitCode&) {
             throw ExitCode{ExitCode::failure};
         } catch (const std::exception& error) {
-            report(error, kept, services, context);
+            report(error, left, services, context);
             throw ExitCode{ExitCode::failure};
         }
     }
 
 private:
-    static void report(const std::exception& error, const std::optional<std::filesystem::path>& kept,
-                       const Services& services, const OutputContext& context) {
+    static void report(const std::exception& error, const std::string& leftovers, const Services& services,
+                       const OutputContext& context) {
         const CLIError report = reportOf(error);
-        context.emit(kept ? withKeptFile(report, *kept) : report);
+        context.emit(CLIError(report.code, report.description() + leftovers));
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);
     }

@@ -1,7 +1,9 @@
 #include "Commands/Release/ReleaseFlow.h"
 
+#include "Commands/Release/HostedRelease.h"
 #include "Commands/Release/LocalOutput.h"
 #include "Commands/Release/ReleaseResults.h"
+#include "DependencyContainer.h"
 
 #include <Base/Base64.h>
 #include <HalvoCore/AppcastReleaseUploader.h>
@@ -174,26 +176,44 @@ void ReleaseFlow::publish(const ImportedBundle& imported, const ReleasePlan& pla
                      " (from flags/env).");
     if (const auto app = localAppOf(destination, info))
         return publishToS3(*app, imported, plan, key);
-    throw CLIError(
-        "app_not_configured",
-        "App \"" + info.name + "\" (" + info.identifier +
-            ") is not set up on this machine, and this version of Halvo does not publish to the hosted "
-            "service yet. Pass the S3 destination directly (--s3-bucket, --s3-region, --s3-public-url, or "
-            "HALVO_S3_* environment variables).");
+    publishToService(imported, plan, key);
+}
+
+TransferProgress ReleaseFlow::uploadProgress() {
+    return [this](std::uint64_t sent, std::uint64_t total) {
+        if (uploadLine != nullptr)
+            uploadLine->progress(sent, total);
+    };
 }
 
 void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,
                               const PrivateKey& key) {
     const BundleInfo& info = imported.bundleInfo();
     const S3Access access = credentials.resolveS3Credentials(info.identifier);
-    ProgressUpdater* uploadLine = nullptr;
     S3AppcastStorage feed(app.storage.s3(), access.credentials, access.sessionToken, platform,
-                          [&uploadLine](std::uint64_t sent, std::uint64_t total) {
-                              if (uploadLine != nullptr)
-                                  uploadLine->progress(sent, total);
-                          });
+                          uploadProgress());
     AppcastReleaseUploader uploader({app}, feed, app.storage.publicBaseURL(), true, platform.clock);
+    deliver(uploader, {"Uploading release to S3", "Release uploaded to S3", " to S3"}, imported, plan, key);
+}
 
+void ReleaseFlow::publishToService(const ImportedBundle& imported, const ReleasePlan& plan,
+                                   const PrivateKey& key) {
+    const BundleInfo& info = imported.bundleInfo();
+    DependencyContainer services(platform);
+    HalvoReleaseUploader uploader(services.apiClient(), findHostedApp(services.apiClient(), info),
+                                  IconConverter(platform.images, platform.temporaryDirectory),
+                                  uploadProgress());
+    try {
+        deliver(uploader, {"Uploading release", "Release uploaded", ""}, imported, plan, key);
+    } catch (...) {
+        failureHint = unfinishedReleaseHint(uploader, info);
+        throw;
+    }
+}
+
+void ReleaseFlow::deliver(ReleaseUploaderProtocol& uploader, const UploadTexts& texts,
+                          const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key) {
+    const BundleInfo& info = imported.bundleInfo();
     context.noora().progressStep({.message = "Running preflight checks",
                                   .successMessage = "Preflight checks passed",
                                   .errorMessage = "Preflight checks failed"},
@@ -206,15 +226,15 @@ void ReleaseFlow::publishToS3(const LocalApp& app, const ImportedBundle& importe
     DefaultReleasePublisher publisher(uploader);
     try {
         const UploadResult result =
-            context.noora().progressStep({.message = "Uploading release to S3",
-                                          .successMessage = "Release uploaded to S3",
+            context.noora().progressStep({.message = texts.message,
+                                          .successMessage = texts.successMessage,
                                           .errorMessage = "Failed to upload release"},
                                          [&](ProgressUpdater& line) {
                                              uploadLine = &line;
                                              return publisher.publish(prepared, configuration(), {});
                                          });
         context.noora().success("New release of " + TerminalText::accent(info.name) +
-                                " has been successfully uploaded to S3.");
+                                " has been successfully uploaded" + texts.place + ".");
         context.emit(
             ReleaseUploadResult({info.name, info.identifier}, result.release, result.app.downloadURL()));
     } catch (const CancelledError&) {

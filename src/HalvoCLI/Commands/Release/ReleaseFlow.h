@@ -6,6 +6,7 @@
 
 #include <HalvoCore/BinaryPreparationService.h>
 #include <HalvoCore/BundleImportService.h>
+#include <HalvoCore/ReleaseUploader.h>
 #include <HalvoCore/SystemDistributionTools.h>
 #include <HalvoCore/ZipService.h>
 #include <KeyChain/MacKeyChainStore.h>
@@ -25,8 +26,17 @@ public:
 
     /// After a failed upload: the prepared file, which stays for another try.
     const std::optional<std::filesystem::path>& keptFile() const { return kept; }
+    /// After a failed upload: what else the person has to know before another try; may be empty.
+    const std::string& hint() const { return failureHint; }
 
 private:
+    /// How the delivery to one kind of destination is spoken of.
+    struct UploadTexts {
+        const char* message;
+        const char* successMessage;
+        const char* place; ///< behind "has been successfully uploaded"
+    };
+
     ImportedBundle importInput(const ReleaseInput& input);
     /// False when the person decides against a release that is not notarized.
     bool agreesToNotarization(const ImportedBundle& imported, const ReleasePlan& plan);
@@ -36,7 +46,13 @@ private:
     void publish(const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key);
     void publishToS3(const LocalApp& app, const ImportedBundle& imported, const ReleasePlan& plan,
                      const PrivateKey& key);
+    void publishToService(const ImportedBundle& imported, const ReleasePlan& plan, const PrivateKey& key);
+    /// The steps that every destination has in common.
+    void deliver(ReleaseUploaderProtocol& uploader, const UploadTexts& texts, const ImportedBundle& imported,
+                 const ReleasePlan& plan, const PrivateKey& key);
     ReleaseConfiguration configuration() const;
+    /// Reports on the line of the upload while there is one.
+    TransferProgress uploadProgress();
 
     const ReleaseOptions& options;
     Platform& platform;
@@ -44,6 +60,8 @@ private:
 
     std::optional<std::string> channel{};
     std::optional<std::filesystem::path> kept{};
+    std::string failureHint{};
+    ProgressUpdater* uploadLine = nullptr;
     MacKeyChainStore keyChain;
     UserDefaultsStorageController storage;
     LocalAppRepository localApps;

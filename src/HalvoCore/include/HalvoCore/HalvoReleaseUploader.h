@@ -22,6 +22,9 @@ public:
     UploadResult upload(const std::filesystem::path& file, const BundleInfo& bundleInfo,
                         const std::string& signature, const ReleaseConfiguration& configuration) override;
 
+    /// After a failed upload: the release whose record the service has and whose file it has not.
+    const std::optional<UUID>& unfinishedRelease() const { return unfinished; }
+
 private:
     void uploadIcon(const URL& icon);
 
@@ -29,6 +32,7 @@ private:
     ServerApp app;
     IconConverter iconConverter;
     TransferProgress progress;
+    std::optional<UUID> unfinished{};
 };
 
 } // namespace halvo

@@ -4,6 +4,7 @@
 #include <Base/Failure.h>
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -71,7 +72,9 @@ public:
     virtual HTTPResponse send(const HTTPRequest& request, const std::stop_token& cancellation) = 0;
 };
 
-/// The session of this system (libcurl), whose library is opened with the first request.
-std::unique_ptr<HTTPSession> makeSystemHTTPSession();
+/// The session of this system (libcurl), whose library is opened with the first request. Certificates are
+/// checked against the system's authorities, or against those in `authorities`, a PEM file, when one is
+/// named.
+std::unique_ptr<HTTPSession> makeSystemHTTPSession(const std::filesystem::path& authorities = {});
 
 } // namespace halvo

@@ -71,9 +71,10 @@ void set(CURL* easy, CURLoption option, Value value) {
 
 } // namespace
 
-CurlExchange::CurlExchange(CurlConnections& connections, const HTTPRequest& request)
-    : connections(connections), request(request), authority(parseAuthority(request.url)),
-      unsent(request.body) {
+CurlExchange::CurlExchange(CurlConnections& connections, const HTTPRequest& request,
+                           const std::string& authorities)
+    : connections(connections), request(request), authorities(authorities),
+      authority(parseAuthority(request.url)), unsent(request.body) {
     if (!isToken(request.method))
         refuse("An HTTP request to " + authority.host + " has no valid method.");
     for (const auto& [name, value] : request.headers)
@@ -97,6 +98,8 @@ void CurlExchange::configure() {
     set(easy, CURLOPT_FOLLOWLOCATION, 0L);
     set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    if (!authorities.empty())
+        set(easy, CURLOPT_CAINFO, authorities.c_str());
     set(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
     set(easy, CURLOPT_ACCEPT_ENCODING, "");
     set(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);

@@ -19,7 +19,8 @@ struct HTTPAuthority {
 class CurlExchange {
 public:
     /// Throws HTTPError when the request cannot be sent as it is.
-    CurlExchange(CurlConnections& connections, const HTTPRequest& request);
+    /// `authorities` is a PEM file, or empty for the system's.
+    CurlExchange(CurlConnections& connections, const HTTPRequest& request, const std::string& authorities);
     CurlExchange(const CurlExchange&) = delete;
     CurlExchange& operator=(const CurlExchange&) = delete;
     ~CurlExchange();
@@ -49,6 +50,7 @@ private:
 
     CurlConnections& connections;
     const HTTPRequest& request;
+    const std::string& authorities;
     HTTPAuthority authority;
     CurlOwner<curl_slist, &curl_slist_free_all> headers;
     HTTPResponse response;

@@ -9,14 +9,14 @@ namespace {
 /// runs.
 class CurlSession final : public HTTPSession {
 public:
-    CurlSession() {
+    explicit CurlSession(std::string authorities) : authorities(std::move(authorities)) {
         if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
             throw HTTPError(HTTPError::Kind::other, "libcurl could not be started.");
     }
 
     HTTPResponse send(const HTTPRequest& request, const std::stop_token& cancellation) override {
         std::unique_ptr<CurlConnections> connections = take();
-        HTTPResponse response = CurlExchange(*connections, request).run(cancellation);
+        HTTPResponse response = CurlExchange(*connections, request, authorities).run(cancellation);
         const std::scoped_lock lock(mutex);
         idle.push_back(std::move(connections));
         return response;
@@ -32,6 +32,7 @@ private:
         return connections;
     }
 
+    const std::string authorities;
     std::mutex mutex;
     std::vector<std::unique_ptr<CurlConnections>> idle; ///< no more than requests ran at the same time
 };
@@ -39,7 +40,10 @@ private:
 } // namespace
 } // namespace halvo
 
-/// What Platform looks up in this module. The caller owns the session.
-extern "C" halvo::HTTPSession* halvoMakeHTTPSession();
+/// What Platform looks up in this module. The caller owns the session. An empty `authorities` stands for the
+/// system's.
+extern "C" halvo::HTTPSession* halvoMakeHTTPSession(const char* authorities);
 
-halvo::HTTPSession* halvoMakeHTTPSession() { return new halvo::CurlSession; }
+halvo::HTTPSession* halvoMakeHTTPSession(const char* authorities) {
+    return new halvo::CurlSession(authorities);
+}
