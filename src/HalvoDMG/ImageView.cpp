@@ -1,6 +1,5 @@
 #include <HalvoDMG/ImageView.h>
 
-#include <Base/Unicode.h>
 #include <Models/ServiceAddresses.h>
 
 #include <algorithm>
@@ -12,8 +11,8 @@ namespace {
 constexpr Colour ground{1, 1, 1};
 constexpr Colour gradientTop{0.988, 0.990, 0.996};
 constexpr Colour gradientBottom{0.894, 0.914, 0.949};
-constexpr Colour arrowStart{0.722, 0.765, 0.839};
-constexpr Colour arrowEnd{0.412, 0.482, 0.600};
+constexpr Colour arrowStart{0.545, 0.620, 0.750, 0.10};
+constexpr Colour arrowEnd{0.345, 0.435, 0.600};
 constexpr Colour ink{0.235, 0.271, 0.333};
 constexpr Colour black{0, 0, 0};
 constexpr Colour faintInk{0.443, 0.486, 0.565};
@@ -24,7 +23,7 @@ constexpr double sideMargin = 40;
 constexpr double lineHeightForSize = 1.2;
 
 Fill drawArrow(Point centre) {
-    constexpr double length = 64, height = 48, shaft = 19, head = 30;
+    constexpr double length = 84, height = 52, shaft = 20, head = 34;
     const double left = centre.x - length / 2, neck = centre.x + length / 2 - head;
     return {Path::roundedPolygon({{left, centre.y - shaft / 2},
                                   {neck, centre.y - shaft / 2},
@@ -44,10 +43,7 @@ std::vector<TextRun> dragLabel(const std::optional<std::string>& name) {
     if (!name)
         return {plain("Drag to Applications to install")};
     return {plain("Drag "),
-            {.text = repairedUTF8(*name),
-             .weight = FontWeight::semibold,
-             .colour = black,
-             .mayBeShortened = true},
+            {.text = *name, .weight = FontWeight::semibold, .colour = black, .mayBeShortened = true},
             plain(" to Applications to install")};
 }
 
@@ -73,7 +69,7 @@ Drawing ImageView::draw() const {
         stack(11, {{.text = std::string("Built with ") + servicePublicHost,
                     .weight = FontWeight::medium,
                     .colour = faintInk}});
-    stack(15, dragLabel(name));
+    stack(14, dragLabel(name));
     return drawing;
 }
 

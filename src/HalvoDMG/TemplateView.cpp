@@ -87,7 +87,7 @@ private:
     }
 
     /// Arrow heads at both ends, the distance in the middle.
-    void drawDistance(Point from, Point to, const std::string& words, double textWidth) {
+    void drawDistance(Point from, Point to, double distance) {
         line(from, to, 0.6, 0.75);
         const bool isLevel = from.y == to.y;
         const auto head = [&](Point tip, double direction) {
@@ -101,18 +101,20 @@ private:
         };
         head(from, 1);
         head(to, -1);
-        textOnGround(words, {(from.x + to.x) / 2, (from.y + to.y) / 2}, 10, textWidth);
+        textOnGround(fmt::format("{} pt", distance), {(from.x + to.x) / 2, (from.y + to.y) / 2}, 10, 48);
     }
 
-    /// The axis on which both icons sit, and how far apart they are.
+    /// The axis on which the icons sit, how far below the top it is, and how much room is between them.
     void drawIconLine() {
-        const double half = static_cast<double>(configuration.iconSize) / 2;
+        const double size = static_cast<double>(configuration.iconSize);
         const auto [left, right] =
-            std::minmax(appIcon(), applicationsLink(), [](Point a, Point b) { return a.x < b.x; });
-        line({0, left.y}, {width, left.y}, 0.35, 0.75, {8, 3, 2, 3});
-        if (right.x - left.x > 4 * half && left.y == right.y)
-            drawDistance({left.x + half, left.y}, {right.x - half, right.y},
-                         fmt::format("{} pt", right.x - left.x - 2 * half), 50);
+            std::minmax({appIcon(), applicationsLink()}, [](Point a, Point b) { return a.x < b.x; });
+        const double gap = right.x - left.x - size;
+        line({0, left.y}, {left.x, left.y}, 0.4, 0.75, {8, 3, 2, 3});
+        line({right.x, right.y}, {width, right.y}, 0.4, 0.75, {8, 3, 2, 3});
+        drawDistance({2 * margin, 0}, {2 * margin, left.y}, left.y);
+        if (gap > size && left.y == right.y)
+            drawDistance({left.x + size / 2, left.y}, {right.x - size / 2, right.y}, gap);
     }
 
     void drawPlaceholder(const std::string& name, Point centre) {
@@ -129,6 +131,11 @@ private:
         text(name, {centre.x, centre.y - size * 0.24}, 11, 1);
         text(fmt::format("{}, {}", centre.x, centre.y), {centre.x, centre.y + size * 0.24}, 10, 0.75).design =
             FontDesign::monospaced;
+
+        const double sizeLine = icon.y - 12;
+        for (const double x : {icon.x, icon.x + size})
+            line({x, sizeLine - 5}, {x, icon.y}, 0.4, 0.75);
+        drawDistance({icon.x, sizeLine}, {icon.x + size, sizeLine}, size);
 
         const Rectangle label{centre.x - size * 0.62, centre.y + size / 2 + 4, size * 1.24, textSize * 2.6};
         const Path zone = Path::roundedRectangle(label, 4);

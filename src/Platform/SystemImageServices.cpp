@@ -16,6 +16,7 @@ public:
                                    double scale) override {
         return services().renderPNG(drawing, width, height, scale);
     }
+    bool canDraw(std::string_view text) override { return services().canDraw(text); }
     std::optional<ImageProperties> readProperties(ByteView image) override {
         return services().readProperties(image);
     }

@@ -38,7 +38,11 @@ public:
         cairo_set_dash(context, stroke.dashes.data(), static_cast<int>(stroke.dashes.size()), 0);
         cairo_stroke(context);
     }
-    void operator()(const TextLine& line) const { drawTextLine(context, line); }
+    void operator()(const TextLine& line) {
+        if (!text)
+            text.emplace(context);
+        text->draw(line);
+    }
 
     void operator()(const Path::Move& move) const { cairo_move_to(context, move.to.x, move.to.y); }
     void operator()(const Path::Line& line) const { cairo_line_to(context, line.to.x, line.to.y); }
@@ -67,6 +71,7 @@ private:
     }
 
     cairo_t* context;
+    std::optional<TextPainter> text{}; ///< made with the first line: finding fonts takes time
 };
 
 } // namespace
@@ -81,10 +86,17 @@ std::optional<Bytes> renderDrawing(const Drawing& drawing, double width, double 
         makeSurface(static_cast<unsigned>(pixelWidth), static_cast<unsigned>(pixelHeight));
     const CairoContext context = makeContext(surface);
     cairo_scale(context.get(), scale, scale);
+    Painter painter(context.get());
     for (const Shape& shape : drawing.shapes)
-        std::visit(Painter(context.get()), shape);
+        std::visit(painter, shape);
     const Bytes png = encodePNG(toPicture(surface, context));
     return withPNGDensity(png, {pointsPerInch * scale, pointsPerInch * scale});
+}
+
+bool canDrawText(std::string_view text) {
+    const CairoSurface surface = makeSurface(1, 1);
+    const CairoContext context = makeContext(surface);
+    return TextPainter(context.get()).canDraw(text);
 }
 
 } // namespace halvo

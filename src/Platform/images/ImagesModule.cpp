@@ -16,6 +16,7 @@ public:
                                    double scale) override {
         return renderDrawing(drawing, width, height, scale);
     }
+    bool canDraw(std::string_view text) override { return canDrawText(text); }
     std::optional<ImageProperties> readProperties(ByteView image) override {
         return readImageProperties(image);
     }

@@ -31,8 +31,9 @@ tmsize_t readMemory(thandle_t handle, void* target, tmsize_t size) {
 
 tmsize_t writeMemory(thandle_t handle, void* source, tmsize_t size) {
     Memory& file = memory(handle);
-    // libtiff writes a directory at the end; nothing sane starts far behind it.
-    if (file.changes == nullptr || size <= 0 || file.position > file.changes->size() + 64)
+    // libtiff writes the values of a new directory first, and leaves room for the directory before them.
+    constexpr std::uint64_t largestDirectory = 0xFFFF * 20 + 16;
+    if (file.changes == nullptr || size <= 0 || file.position > file.changes->size() + largestDirectory)
         return 0;
     const std::uint64_t end = file.position + static_cast<std::uint64_t>(size);
     if (end > file.changes->size())

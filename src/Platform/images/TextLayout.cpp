@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <vector>
 
-#include <pango/pangocairo.h>
+#include <fontconfig/fontconfig.h>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
 
 namespace halvo {
 namespace {
@@ -18,14 +20,22 @@ constexpr const char* proportionalFamilies =
 constexpr const char* monospacedFamilies =
     "SF Mono, JetBrains Mono, Noto Sans Mono, Ubuntu Mono, DejaVu Sans Mono, monospace";
 
-struct Release {
-    void operator()(void* object) const { g_object_unref(object); }
+struct Release : ObjectRelease {
+    using ObjectRelease::operator();
     void operator()(PangoFontDescription* font) const { pango_font_description_free(font); }
     void operator()(PangoAttrList* attributes) const { pango_attr_list_unref(attributes); }
-    void operator()(PangoFontMetrics* metrics) const { pango_font_metrics_unref(metrics); }
 };
 template<typename Object>
 using Owned = std::unique_ptr<Object, Release>;
+
+/// Has fontconfig read its settings. In doing so it loses some bytes (version 2.14), for which the leak
+/// sanitizer would end the program.
+void loadFontSettings() {
+#ifdef __SANITIZE_ADDRESS__
+    const __lsan::ScopedDisabler disabler;
+#endif
+    FcInit();
+}
 
 PangoWeight toPango(FontWeight weight) {
     switch (weight) {
@@ -44,25 +54,6 @@ Owned<PangoFontDescription> makeFont(const TextLine& line, FontWeight weight, do
     pango_font_description_set_weight(font.get(), toPango(weight));
     pango_font_description_set_absolute_size(font.get(), size * PANGO_SCALE);
     return font;
-}
-
-Owned<PangoContext> makeTextContext(cairo_t* context) {
-    Owned<PangoContext> text(pango_cairo_create_context(context));
-    PangoFontFamily** families = nullptr;
-    int count = 0;
-    pango_context_list_families(text.get(), &families, &count);
-    g_free(families);
-    if (count == 0)
-        throw Failure("No font is installed to draw text with. Install a font package such as fonts-inter "
-                      "and try again.");
-    // Letters keep their shapes and distances at two pixels for each point; fitting them to pixels would not.
-    cairo_font_options_t* options = cairo_font_options_create();
-    cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
-    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
-    cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
-    pango_cairo_context_set_font_options(text.get(), options);
-    cairo_font_options_destroy(options);
-    return text;
 }
 
 struct PlacedRun {
@@ -126,42 +117,69 @@ double scaleToFit(const TextLine& line, double width) {
     return std::max(line.maximumWidth / width, line.minimumScale);
 }
 
-/// Of the line's own font, so that letters from another one do not move the line.
+/// From the middle of the capitals of the line's own font to their feet, so that letters from another font,
+/// or a text without capitals, do not move the line.
 double baselineBelowMiddle(PangoContext* context, const TextLine& line, double scale) {
-    const auto font = makeFont(line, FontWeight::regular, line.size * scale);
-    const Owned<PangoFontMetrics> metrics(pango_context_get_metrics(context, font.get(), nullptr));
-    return (pango_font_metrics_get_ascent(metrics.get()) - pango_font_metrics_get_descent(metrics.get())) /
-           (2.0 * PANGO_SCALE);
+    const TextLine capital{.runs = {{.text = "H"}}, .size = line.size, .design = line.design};
+    const PlacedRuns runs = layOut(context, capital, scale);
+    PangoRectangle ink{};
+    pango_layout_get_extents(runs.front().layout.get(), &ink, nullptr);
+    return ink.height / (2.0 * PANGO_SCALE);
 }
 
 } // namespace
 
-void drawTextLine(cairo_t* context, const TextLine& line) {
-    const Owned<PangoContext> text = makeTextContext(context);
-    PlacedRuns runs = layOut(text.get(), line, 1);
+TextPainter::TextPainter(cairo_t* target) : target(target) {
+    loadFontSettings();
+    fonts.reset(pango_cairo_font_map_new());
+    context.reset(pango_font_map_create_context(fonts.get()));
+    PangoFontFamily** families = nullptr;
+    int count = 0;
+    pango_context_list_families(context.get(), &families, &count);
+    g_free(families);
+    if (count == 0)
+        throw Failure("There is no font to draw text with. Install a font package such as fonts-inter.");
+    pango_cairo_update_context(target, context.get());
+    // Letters keep their shapes and distances at two pixels for each point; fitting them to pixels would not.
+    cairo_font_options_t* options = cairo_font_options_create();
+    cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
+    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+    cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
+    pango_cairo_context_set_font_options(context.get(), options);
+    cairo_font_options_destroy(options);
+}
+
+bool TextPainter::canDraw(std::string_view text) const {
+    const TextLine line{.runs = {{.text = std::string(text)}}};
+    const PlacedRuns runs = layOut(context.get(), line, 1);
+    return pango_layout_get_unknown_glyphs_count(runs.front().layout.get()) == 0;
+}
+
+void TextPainter::draw(const TextLine& line) const {
+    PlacedRuns runs = layOut(context.get(), line, 1);
     const double scale = scaleToFit(line, widthOf(runs));
     if (scale < 1) {
-        runs = layOut(text.get(), line, scale);
+        runs = layOut(context.get(), line, scale);
         if (const double excess = widthOf(runs) - line.maximumWidth; excess > 0.01)
             shorten(runs, excess);
     }
     const double width = widthOf(runs);
-    const double baseline = baselineBelowMiddle(text.get(), line, scale);
+    const double baseline = baselineBelowMiddle(context.get(), line, scale);
 
-    cairo_save(context);
-    cairo_translate(context, line.position.x, line.position.y);
-    cairo_rotate(context, line.rotation * G_PI / 180);
+    cairo_save(target);
+    cairo_translate(target, line.position.x, line.position.y);
+    cairo_rotate(target, line.rotation * G_PI / 180);
     double x = line.alignment == TextAlignment::left    ? 0
                : line.alignment == TextAlignment::right ? -width
                                                         : -width / 2;
     for (const PlacedRun& run : runs) {
         const Colour& colour = run.run->colour;
-        cairo_set_source_rgba(context, colour.red, colour.green, colour.blue, colour.opacity);
-        cairo_move_to(context, x - run.left(), baseline);
-        pango_cairo_show_layout_line(context, pango_layout_get_line_readonly(run.layout.get(), 0));
+        cairo_set_source_rgba(target, colour.red, colour.green, colour.blue, colour.opacity);
+        cairo_move_to(target, x - run.left(), baseline);
+        pango_cairo_show_layout_line(target, pango_layout_get_line_readonly(run.layout.get(), 0));
         x += run.width();
     }
-    cairo_restore(context);
+    cairo_restore(target);
 }
 
 } // namespace halvo

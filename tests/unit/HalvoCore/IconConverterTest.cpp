@@ -19,6 +19,7 @@ public:
         return copyBytes("PNG of " + std::to_string(size));
     }
     std::optional<Bytes> renderPNG(const Drawing&, double, double, double) override { return std::nullopt; }
+    bool canDraw(std::string_view) override { return false; }
     std::optional<ImageProperties> readProperties(ByteView) override { return std::nullopt; }
     std::optional<Bytes> withDensity(ByteView, PixelDensity) override { return std::nullopt; }
 };

@@ -18,7 +18,8 @@ public:
 
     /// A picture for a window of `width` by `height` points, with two pixels for each point and 144 DPI, as
     /// `background-<UUID>.png` in the temporary directory. The caller owns the file. `name` is that of the
-    /// app; `watermark` adds the line that names the service.
+    /// app; it is left out when the installed fonts lack one of its characters, which would show as a box.
+    /// `watermark` adds the line that names the service.
     /// Throws ImageCreatorError, Failure (no font is installed) or FileError.
     URL create(double width, double height, const std::optional<std::string>& name, bool watermark) const;
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 namespace halvo {
 
@@ -39,6 +40,9 @@ public:
     /// pixels. Throws Failure when the drawing has text and no font is installed.
     virtual std::optional<Bytes> renderPNG(const Drawing& drawing, double width, double height,
                                            double scale) = 0;
+
+    /// Whether the installed fonts have every character of the text; others are drawn as boxes.
+    virtual bool canDraw(std::string_view text) = 0;
 
     /// Reads the headers of a PNG, JPEG or TIFF file, whatever size they claim; pixels are not decoded.
     /// Absent for other bytes and for damaged headers.

@@ -4,6 +4,7 @@
 #include <Platform/Drawing.h>
 
 #include <optional>
+#include <string_view>
 
 namespace halvo {
 
@@ -11,5 +12,8 @@ namespace halvo {
 /// Absent when that is no picture, or has a side of more than 8192 pixels. Throws Failure when there is text
 /// to draw and no font is installed.
 std::optional<Bytes> renderDrawing(const Drawing& drawing, double width, double height, double scale);
+
+/// Whether the installed fonts have every character of the text.
+bool canDrawText(std::string_view text);
 
 } // namespace halvo
