@@ -1,6 +1,7 @@
 #include "SystemPlatform.h"
 
 #include <HalvoCore/StorageController.h>
+#include <Platform/LoadedModule.h>
 #include <Platform/SystemProcessRunner.h>
 #include <Terminal/TerminalText.h>
 
@@ -60,7 +61,8 @@ struct SystemPlatform::Parts {
                    .log = log,
                    .temporaryDirectory = temporaryDirectoryOf(environment),
                    .homeDirectory = home,
-                   .cancellation = cancellation} {}
+                   .cancellation = cancellation,
+                   .executable = executablePath()} {}
 };
 
 SystemPlatform::SystemPlatform(std::stop_token cancellation) : parts(std::make_unique<Parts>(cancellation)) {}

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "CLIInstallLocator.h"
 #include "CommandLine/Command.h"
 
+#include <filesystem>
 #include <memory>
 
 namespace halvo {
@@ -13,7 +15,8 @@ std::unique_ptr<Command> makeAppsCommand();
 std::unique_ptr<Command> makeConfigCommand();
 std::unique_ptr<Command> makeCreateDMGCommand();
 std::unique_ptr<Command> makeExportCommand();
-std::unique_ptr<Command> makeInstallCommand();
+std::unique_ptr<Command>
+makeInstallCommand(const std::filesystem::path& managedPath = CLIInstallLocator::appManagedPath);
 std::unique_ptr<Command> makeLoginCommand();
 std::unique_ptr<Command> makeLogoutCommand();
 std::unique_ptr<Command> makePostArchiveCommand();
@@ -25,7 +28,8 @@ std::unique_ptr<Command> makeReleasesCommand();
 std::unique_ptr<Command> makeSetupCommand();
 std::unique_ptr<Command> makeSignCommand();
 std::unique_ptr<Command> makeStatusCommand();
-std::unique_ptr<Command> makeUninstallCommand();
+std::unique_ptr<Command>
+makeUninstallCommand(const std::filesystem::path& managedPath = CLIInstallLocator::appManagedPath);
 std::unique_ptr<Command> makeVerifyCommand();
 std::unique_ptr<Command> makeWhoamiCommand();
 std::unique_ptr<Command> makeDMGTemplateCommand();

@@ -1,6 +1,7 @@
 #include "Commands/Commands.h"
-#include "Commands/Unavailable.h"
+#include "Services.h"
 
+#include <Base/URL.h>
 #include <Models/ServiceAddresses.h>
 
 namespace halvo {
@@ -14,7 +15,24 @@ public:
     void declare(CommandArguments& arguments) override {
         arguments.positional("archive-path", archivePath, "Path to the archive");
     }
-    void run(Services& services) override { reportUnavailable(services, "post-archive"); }
+
+    void run(Services& services) override {
+        const auto terminal = services.makeTerminal();
+        if (!archivePath || archivePath->empty())
+            archivePath = services.platform.environment.nonEmpty("ARCHIVE_PATH");
+        if (!archivePath) {
+            terminal->print(
+                "Neither environment variable `ARCHIVE_PATH` nor argument `archivePath` was provided!");
+            return;
+        }
+        // Xcode's archives have blanks in their names.
+        if (!services.platform.workspace.open("halvo:///post-archive?archivePath=" +
+                                              percentEncoded(*archivePath, "/")))
+            terminal->print(TerminalText::danger("Could not hand over " + *archivePath +
+                                                 ": nothing on this system opens halvo: addresses, which the "
+                                                 "companion Mac app does. To publish from here, run ") +
+                            TerminalText::command("halvo release <archive>"));
+    }
 
 private:
     std::optional<std::string> archivePath{};

@@ -28,7 +28,7 @@ private:
     void* handle = nullptr;
 };
 
-/// Where the running executable lies, links resolved.
+/// Where the running executable lies, links resolved; empty when that cannot be told.
 std::filesystem::path executablePath();
 
 } // namespace halvo
