@@ -166,10 +166,7 @@ INSTANTIATE_TEST_SUITE_P(
         UnavailableCase{"licenses",
                         {"licenses"},
                         "This build of Halvo does not administer licenses. Use the service's website, "
-                        "https://halvo.example, instead."},
-        UnavailableCase{"imageBuilder",
-                        {"create-dmg", "Demo.app"},
-                        "`halvo create-dmg` is not available in this version of Halvo yet."}),
+                        "https://halvo.example, instead."}),
     CaseName());
 
 } // namespace
