@@ -4,15 +4,20 @@ JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 
-.PHONY: help demo test build install package check bench fuzz lint format pictures clean
+.PHONY: help demo demo-hosted test build install package check bench fuzz lint format pictures clean
 
 help: ## Show these commands
-	@sed -n 's/^\([a-z]*\):.*## /  make \1\t/p' $(MAKEFILE_LIST) | expand -t 18
+	@sed -n 's/^\([a-z-]*\):.*## /  make \1\t/p' $(MAKEFILE_LIST) | expand -t 20
 
 demo: ## Install what is missing, build, publish a sample app to a local server
 	@tools/setup/install-dependencies
 	@$(MAKE) --no-print-directory build
 	@tools/demo/run
+
+demo-hosted: ## The same by way of the hosted service, with a stand-in for it on this machine
+	@tools/setup/install-dependencies
+	@$(MAKE) --no-print-directory build
+	@tools/demo/run-hosted
 
 test: ## Install what is missing, build, run every test and every fuzzer for a bounded number of runs
 	@tools/setup/install-dependencies

@@ -16,7 +16,8 @@ class Refusal(Exception):
 # What a request's fields have to be.
 
 def text(value):
-    return isinstance(value, str) and len(value) < 100_000
+    """Text that UTF-8 can hold: JSON can also spell half a character."""
+    return isinstance(value, str) and len(value) < 100_000 and not re.search("[\ud800-\udfff]", value)
 
 
 def filled(value):

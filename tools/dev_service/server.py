@@ -32,6 +32,8 @@ class Faults:
     """What goes wrong next. Each fault waits for a request whose method and path (a regular expression for the
     whole of it) fit, and is used up by it:
 
+        times        how many requests it is for, by default 1; a client may send a request anew, unasked, when a
+                     connection that it had used before goes
         delay        seconds to wait before anything else
         status,body  the answer, in place of the service's own
         resetAfter   bytes of the request's body after which the connection is reset
@@ -51,7 +53,9 @@ class Faults:
         with self.lock:
             for fault in self.waiting:
                 if fault.get("method", method).upper() == method and re.fullmatch(fault.get("path", ".*"), path):
-                    self.waiting.remove(fault)
+                    fault["times"] = fault.get("times", 1) - 1
+                    if fault["times"] <= 0:
+                        self.waiting.remove(fault)
                     return fault
         return {}
 
