@@ -20,9 +20,12 @@ using test::TemporaryFolder;
 
 /// Both streams of a script that must succeed; $1 ... are the arguments.
 std::string output(std::string script, Arguments arguments) {
-    SystemProcessRunner runner;
-    const ProcessResult result =
-        runner.run(test::shell("exec 2>&1\nset -e\n" + std::move(script), std::move(arguments)));
+    // The tools of this machine: its PATH, and an encoding for names.
+    const Environment environment({{"PATH", "/usr/bin:/bin:/usr/sbin:/sbin"}, {"LC_ALL", "C.UTF-8"}});
+    SystemProcessRunner runner(environment, ToolPaths(environment, ""));
+    ProcessRequest request = test::shell("exec 2>&1\nset -e\n" + std::move(script), std::move(arguments));
+    request.outputLimit = 16u << 20;
+    const ProcessResult result = runner.run(request);
     EXPECT_EQ(result.termination, (Termination{})) << result.standardOutput;
     return result.standardOutput;
 }
@@ -100,16 +103,14 @@ TEST_F(Volume, satisfiesOtherReaders) {
     output("partclone.hfsp -c -F -s \"$1\" -o /dev/null -L \"$2\"",
            {image.string(), (folder / "log").string()});
     // By number, which makes it search the catalog by key. fls shows names as they are stored.
-    output(R"(
-        fls -r -p -f hfs "$1" | grep '^[rl]/' | grep -v '\$' | sed 's|^[rl]/[rl] \([0-9]*\):	|\1 |' > "$2"
+    output(R"script(
+        fls -r -p -f hfs "$1" | grep '^[rl]/' | grep -v '\$' | sed 's|^[rl]/[rl] \([0-9]*\):.*|\1|' > "$2"
         test "$(wc -l < "$2")" = "$(find "$3" ! -type d | wc -l)"
-        while read -r number path; do
-            icat -f hfs "$1" "$number" | sha256sum
-        done < "$2" | sort > "$2.read"
-        { find "$3" -type f -exec sh -c 'for file; do sha256sum < "$file"; done' sh {} +
+        while read -r number; do icat -f hfs "$1" "$number" | sha256sum; done < "$2" | sort > "$2.read"
+        { find "$3" -type f -print0 | xargs -0 sha256sum | sed 's/^\\//' | cut -c1-64 | sed 's/$/  -/'
           find "$3" -type l -exec sh -c 'for link; do readlink -n "$link" | sha256sum; done' sh {} +
         } | sort > "$2.found"
-        cmp "$2.read" "$2.found")",
+        cmp "$2.read" "$2.found")script",
            {image.string(), (folder / "listed").string(), (folder / "source").string()});
 }
 

@@ -71,6 +71,8 @@ def fold(name):
 
 def decomposed(name):
     text = name.decode("utf-16-be")
+    if text.isascii():
+        return True
     pieces = [c if "\u2000" <= c <= "\u2fff" or "\uf900" <= c <= "\ufaff" or c > "\uffff" else old.normalize("NFD", c)
               for c in text]
     result = list("".join(pieces))
