@@ -44,9 +44,9 @@ TEST(FileName, isAbsentForWhatIsNoNameOfAFile) {
 }
 
 TEST(NameOrder, isThatOfTheCatalog) {
-    const std::u16string_view rising[] = {
-        u"",       u"_",      u"a",      u"apple",        u"B",     u"cafe\u0301", u"caff", u"Zebra",
-        u"\u00df", u"\u03a9", u"\u0436", u"\U0001F600", u"\uff21"};
+    const std::u16string_view rising[] = {u"",           u"_",          u"a",     u"apple",  u"B",
+                                          u"cafe\u0301", u"caff",       u"Zebra", u"\u00df", u"\u03a9",
+                                          u"\u0436",     u"\U0001F600", u"\uff21"};
     for (std::size_t left = 0; left < std::size(rising); ++left)
         for (std::size_t right = 0; right < std::size(rising); ++right)
             EXPECT_EQ(compareNames(rising[left], rising[right]), left <=> right) << left << " and " << right;
