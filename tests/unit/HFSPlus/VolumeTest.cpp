@@ -176,7 +176,7 @@ TEST_F(Volume, refusesWhatTheFormatCannotHold) {
     });
     refuses(HFSPlusError::InvalidName{}, [&] { folder.write("source/\xff", ""); });
     refuses(HFSPlusError::InvalidName{},
-            [&] { // 80 letters of 3 bytes, each a letter and 3 marks when decomposed
+            [&] { // 85 letters, each stored as four
                 std::string name;
                 for (int letter = 0; letter < 85; ++letter)
                     name += "\u1f82";
