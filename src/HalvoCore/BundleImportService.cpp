@@ -15,11 +15,6 @@ std::string BundleImportService::ImportError::describe(const Case& which) {
             return "No app found in archive at " + missing.url.filePath().string();
         }
         std::string operator()(const InvalidBundle&) const { return "Invalid app bundle"; }
-        std::string operator()(const NotAvailable& missing) const {
-            return "Releasing " + missing.input +
-                   " is not available in this version of Halvo yet. Pass the .app bundle or a ZIP archive of "
-                   "it.";
-        }
     };
     return std::visit(Describer(), which);
 }

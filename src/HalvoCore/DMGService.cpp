@@ -2,6 +2,8 @@
 
 #include "ImportedIcon.h"
 
+#include <Base/Text.h>
+#include <Base/Unicode.h>
 #include <Platform/Bundle.h>
 #include <Platform/Files.h>
 #include <Platform/PropertyList.h>
@@ -19,6 +21,10 @@ ByteView propertyListIn(const std::string& output) {
     const std::size_t start = output.find("<?xml");
     return viewBytes(start == std::string::npos ? std::string_view(output)
                                                 : std::string_view(output).substr(start));
+}
+
+std::string readableText(const std::string& bytes) {
+    return isValidUTF8(bytes) ? std::string(trimmed(bytes)) : "";
 }
 
 /// Where the first mounted volume of an image is; absent when none is.
@@ -83,7 +89,7 @@ URL DMGService::mount(const URL& dmgURL) const {
     if (!result.succeeded())
         throw DMGError(DMGError::MountFailed{"hdiutil exited with status " +
                                              std::to_string(result.termination.value) + ": " +
-                                             result.standardError});
+                                             readableText(result.standardError)});
     const PropertyList answer = PropertyList::parse(propertyListIn(result.standardOutput));
     const auto* entities = answer.find<PropertyListArray>("system-entities");
     if (entities == nullptr)

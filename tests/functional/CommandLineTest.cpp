@@ -170,10 +170,7 @@ INSTANTIATE_TEST_SUITE_P(
         UnavailableCase{"login", {"login"}, "`halvo login` is not available in this version of Halvo yet."},
         UnavailableCase{"nested",
                         {"config", "show", "-b", "com.example.demo"},
-                        "`halvo config show` is not available in this version of Halvo yet."},
-        UnavailableCase{"imageBuilder",
-                        {"create-dmg", "Demo.app"},
-                        "`halvo create-dmg` is not available in this version of Halvo yet."}),
+                        "`halvo config show` is not available in this version of Halvo yet."}),
     CaseName());
 
 } // namespace

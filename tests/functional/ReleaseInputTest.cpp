@@ -31,7 +31,7 @@ protected:
         std::filesystem::create_directories(work / "Empty.app");
         std::filesystem::create_directories(work / "Demo.xcarchive");
         std::filesystem::create_directories(work / "projects/Demo.xcodeproj");
-        for (const char* file : {"Demo.txt", "Demo.dmg", "File.app"})
+        for (const char* file : {"Demo.txt", "File.app"})
             folder.write(std::string("work/") + file, "content");
     }
 
@@ -121,13 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
             "otherFile", {"Demo.txt"}, {}, "release_failed", "Release failed: Unsupported format: txt"},
         FailureCase{"missingApp", {"None.app"}, {}, "release_failed", "Release failed: Invalid app bundle"},
         FailureCase{"fileNamedApp", {"File.app"}, {}, "release_failed", "Release failed: Invalid app bundle"},
-        FailureCase{"emptyApp", {"Empty.app"}, {}, "release_failed", "Release failed: Invalid app bundle"},
-        FailureCase{"diskImage",
-                    {"Demo.dmg"},
-                    {},
-                    "release_failed",
-                    "Release failed: Releasing a disk image is not available in this version of Halvo yet. "
-                    "Pass the .app bundle or a ZIP archive of it."}),
+        FailureCase{"emptyApp", {"Empty.app"}, {}, "release_failed", "Release failed: Invalid app bundle"}),
     CaseName());
 
 class RefusedCredentials : public ReleaseFailure, public testing::WithParamInterface<FailureCase> {};

@@ -161,6 +161,31 @@ TEST(ReleasePlan, warnsOfABackgroundThatNoDiskImageWillShow) {
     EXPECT_EQ(silent.test.output->text, "");
 }
 
+TEST(ReleasePlan, checksTheBackgroundBeforeAnythingIsBuilt) {
+    PlannedRun run({.dmgBackground = "~/given.png"}, settings("p"));
+    ReleaseSettings kept = settings("p");
+    kept.dmgBackgroundURL = URL::file(run.test.folder / "stored.png");
+    run.storage.setReleaseSettings(kept, bundle);
+    const auto write = [&run](const char* name, double scale) {
+        const Bytes picture = run.test.images->renderPNG(Drawing(), 600, 400, scale).value();
+        run.test.folder.write(name, viewText(picture));
+    };
+    constexpr const char* stopped = " The release was stopped so it doesn't ship with the wrong background.";
+    EXPECT_EQ(outcomeOf(run), "Cannot read background image at " + (run.test.folder / "given.png").string() +
+                                  ". Provide a PNG, JPG, or TIFF file." + stopped);
+    write("given.png", 2);
+    EXPECT_EQ(run.plan().background, URL::file(run.test.folder / "given.png"));
+    EXPECT_EQ(run.test.output->text, "");
+    write("given.png", 1);
+    EXPECT_EQ(outcomeOf(run), "dmg signed by Stored, p");
+    EXPECT_THAT(run.test.output->text, testing::HasSubstr("will look soft on Retina displays"));
+
+    run.options.dmgBackground.reset();
+    EXPECT_THAT(outcomeOf(run), testing::AllOf(testing::HasSubstr("stored.png"), testing::EndsWith(stopped)));
+    write("stored.png", 2);
+    EXPECT_EQ(run.plan().background, kept.dmgBackgroundURL);
+}
+
 TEST(ReleasePlan, exportsByHandWhenAnIdentityIsNamedOrNobodyIsThere) {
     const auto identityOf = [](const PlannedRun& run) -> std::string {
         const auto signing = run.plan(true).exportSigning;

@@ -18,11 +18,7 @@ public:
             URL url{};
         };
         struct InvalidBundle {};
-        /// A kind of input that this version does not read yet.
-        struct NotAvailable {
-            std::string input{};
-        };
-        using Case = std::variant<UnsupportedFormat, AppNotFoundInArchive, InvalidBundle, NotAvailable>;
+        using Case = std::variant<UnsupportedFormat, AppNotFoundInArchive, InvalidBundle>;
         explicit ImportError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
         Case which;
 
