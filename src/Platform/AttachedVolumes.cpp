@@ -147,8 +147,9 @@ std::vector<std::string> AttachedVolumes::devices() const {
     for (fs::directory_iterator entry(folder, none), end; entry != end; entry.increment(none))
         if (std::string name = entry->path().filename().string(); numberOf(name) >= 0)
             names.push_back(std::move(name));
-    std::sort(names.begin(), names.end(),
-              [](const std::string& left, const std::string& right) { return numberOf(left) < numberOf(right); });
+    std::sort(names.begin(), names.end(), [](const std::string& left, const std::string& right) {
+        return numberOf(left) < numberOf(right);
+    });
     return names;
 }
 
@@ -211,8 +212,8 @@ std::optional<Date> AttachedVolumes::creationDate(const fs::path& path) const {
     return std::min(date, volume->latestDate.value_or(date));
 }
 
-std::optional<AttachedVolume> AttachedVolumes::change(const std::string& device,
-                                                      const std::function<void(AttachedVolume&)>& edit) const {
+std::optional<AttachedVolume>
+AttachedVolumes::change(const std::string& device, const std::function<void(AttachedVolume&)>& edit) const {
     const std::optional<Slot> slot = lock(device);
     std::optional<AttachedVolume> volume = slot ? slot->record() : std::nullopt;
     if (volume) {
@@ -272,7 +273,8 @@ void AttachedVolumes::Slot::remove() const {
     fs::remove(folder / recordName, ignored); // first: from here on it is not attached
     // Folders that nobody may write to keep what is in them.
     constexpr auto options = fs::directory_options::skip_permission_denied;
-    for (fs::recursive_directory_iterator entry(folder, options, ignored), end; entry != end; entry.increment(ignored)) {
+    for (fs::recursive_directory_iterator entry(folder, options, ignored), end; entry != end;
+         entry.increment(ignored)) {
         const fs::file_status status = entry->symlink_status(ignored);
         if (fs::is_directory(status))
             fs::permissions(entry->path(), fs::perms::owner_all, fs::perm_options::add, ignored);

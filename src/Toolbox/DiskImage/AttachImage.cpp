@@ -68,7 +68,8 @@ std::optional<std::string> reasonForAnotherReader(const std::exception& failure)
 
 void unfoldHere(hfsplus::BlockSource& disk, const Partition& partition, const AttachedVolumes::Slot& slot,
                 AttachedVolume& volume, const std::stop_token& cancellation) {
-    hfsplus::VolumeReader reader(disk, partition.firstSector * sectorSize, partition.sectorCount * sectorSize);
+    hfsplus::VolumeReader reader(disk, partition.firstSector * sectorSize,
+                                 partition.sectorCount * sectorSize);
     volume.name = reader.properties().name;
     volume.creationDate = reader.properties().creationDate;
     volume.hasCustomIcon = reader.properties().hasCustomIcon;
@@ -81,8 +82,8 @@ void unfoldHere(hfsplus::BlockSource& disk, const Partition& partition, const At
     volume.catalogIDs = idsByInode(state, ids);
 }
 
-/// Adding to a volume that is not written back would be lost. Deeper folders stay as they are, so that what is
-/// copied out of it can be changed.
+/// Adding to a volume that is not written back would be lost. Deeper folders stay as they are, so that what
+/// is copied out of it can be changed.
 void closeForWriting(const fs::path& mountPoint) {
     if (::chmod(mountPoint.c_str(), 0500) != 0)
         throw FileError("protect", mountPoint, errno);
@@ -121,7 +122,8 @@ AttachedVolume DiskImages::attach(const fs::path& image, bool readOnly, bool ver
         return *std::move(attached);
 
     const AttachedVolumes::Slot slot = context.volumes.reserve();
-    AttachedVolume volume{.device = slot.device(), .imagePath = fs::canonical(image), .latestDate = latestDate};
+    AttachedVolume volume{
+        .device = slot.device(), .imagePath = fs::canonical(image), .latestDate = latestDate};
     try {
         std::optional<std::string> foreign;
         try {

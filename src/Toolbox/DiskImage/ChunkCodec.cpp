@@ -27,12 +27,13 @@ struct FreeCompressor {
 };
 
 bool inflate(ByteView stored, Bytes& plain) {
-    const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> inflater(libdeflate_alloc_decompressor());
+    const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> inflater(
+        libdeflate_alloc_decompressor());
     if (!inflater)
         throw std::bad_alloc();
     // Without a place for the actual size it must be that of the buffer.
-    return libdeflate_zlib_decompress(inflater.get(), stored.data(), stored.size(), plain.data(), plain.size(),
-                                      nullptr) == LIBDEFLATE_SUCCESS;
+    return libdeflate_zlib_decompress(inflater.get(), stored.data(), stored.size(), plain.data(),
+                                      plain.size(), nullptr) == LIBDEFLATE_SUCCESS;
 }
 
 bool decodeBzip2(ByteView stored, Bytes& plain) {
@@ -59,15 +60,16 @@ Bytes deflate(ByteView plain) {
     if (!deflater)
         throw std::bad_alloc();
     Bytes stored(plain.size());
-    stored.resize(libdeflate_zlib_compress(deflater.get(), plain.data(), plain.size(), stored.data(), stored.size()));
+    stored.resize(
+        libdeflate_zlib_compress(deflater.get(), plain.data(), plain.size(), stored.data(), stored.size()));
     return stored;
 }
 
 Bytes encodeLZMA(ByteView plain) {
     Bytes stored(plain.size());
     std::size_t written = 0;
-    const lzma_ret result = lzma_easy_buffer_encode(lzmaPreset, LZMA_CHECK_NONE, nullptr, plain.data(), plain.size(),
-                                                    stored.data(), &written, stored.size());
+    const lzma_ret result = lzma_easy_buffer_encode(lzmaPreset, LZMA_CHECK_NONE, nullptr, plain.data(),
+                                                    plain.size(), stored.data(), &written, stored.size());
     if (result == LZMA_MEM_ERROR)
         throw std::bad_alloc();
     stored.resize(result == LZMA_OK ? written : 0); // 0: it did not shrink

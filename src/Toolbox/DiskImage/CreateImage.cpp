@@ -30,7 +30,8 @@ std::optional<Date> sourceDate(const Environment& environment) {
     const std::optional<std::int64_t> seconds = parseInteger(*text);
     constexpr std::int64_t lastSecond = 253402300799; // of the year 9999
     if (!seconds || *seconds < 0 || *seconds > lastSecond)
-        throw DiskImageError(DiskImageError::Unsupported{"SOURCE_DATE_EPOCH is no number of seconds: " + *text});
+        throw DiskImageError(
+            DiskImageError::Unsupported{"SOURCE_DATE_EPOCH is no number of seconds: " + *text});
     return Date(std::chrono::seconds(*seconds));
 }
 
@@ -69,12 +70,13 @@ fs::path DiskImages::create(const fs::path& folder, const std::string& volumeNam
                             const Progress& progress) {
     const fs::path output = newImagePath(image);
     const hfsplus::VolumeContents contents(folder, {.latestDate = latestDate});
-    hfsplus::VolumeProperties properties{.name = volumeName,
-                                         .creationDate = std::min(context.now, latestDate.value_or(context.now))};
+    hfsplus::VolumeProperties properties{
+        .name = volumeName, .creationDate = std::min(context.now, latestDate.value_or(context.now))};
     const Bytes seed = seedOf(contents, properties);
     properties.identifier = volumeIdentifier(identifier(seed, 'v'));
     const std::uint64_t volumeSectors =
-        (contents.minimumSize(volumeName) + spareBytes) / sectorSize / blockSectors * blockSectors + blockSectors;
+        (contents.minimumSize(volumeName) + spareBytes) / sectorSize / blockSectors * blockSectors +
+        blockSectors;
     const SingleVolumeDisk disk{.sectorCount = SingleVolumeDisk::overhead + volumeSectors,
                                 .diskID = identifier(seed, 'd'),
                                 .partitionID = identifier(seed, 'p')};
@@ -82,8 +84,8 @@ fs::path DiskImages::create(const fs::path& folder, const std::string& volumeNam
     NewFile file(output);
     file.resize(disk.sectorCount * sectorSize);
     writePartitionMap(file.descriptor(), output, disk);
-    contents.write(file.descriptor(), SingleVolumeDisk::firstSector * sectorSize, disk.volumeSectors() * sectorSize,
-                   properties, progress, context.cancellation);
+    contents.write(file.descriptor(), SingleVolumeDisk::firstSector * sectorSize,
+                   disk.volumeSectors() * sectorSize, properties, progress, context.cancellation);
     file.publish();
     return output;
 }

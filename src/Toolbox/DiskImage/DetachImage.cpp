@@ -26,7 +26,8 @@ hfsplus::VolumeProperties propertiesOf(OpenImage& image, const SingleVolumeDisk&
 }
 
 std::optional<AttachedVolume> findTarget(const AttachedVolumes& volumes, const std::string& target) {
-    if (auto volume = volumes.findDevice(target.starts_with(deviceFolder) ? target.substr(deviceFolder.size()) : target))
+    if (auto volume = volumes.findDevice(target.starts_with(deviceFolder) ? target.substr(deviceFolder.size())
+                                                                          : target))
         return volume;
     const fs::path wanted = fs::weakly_canonical(target);
     for (AttachedVolume& volume : volumes.list())
@@ -51,8 +52,8 @@ void DiskImages::writeBack(const AttachedVolume& volume) const {
     NewFile file(volume.imagePath);
     file.resize(disk.sectorCount * sectorSize);
     writePartitionMap(file.descriptor(), volume.imagePath, disk);
-    contents.write(file.descriptor(), SingleVolumeDisk::firstSector * sectorSize, disk.volumeSectors() * sectorSize,
-                   properties, {}, context.cancellation);
+    contents.write(file.descriptor(), SingleVolumeDisk::firstSector * sectorSize,
+                   disk.volumeSectors() * sectorSize, properties, {}, context.cancellation);
     file.replace();
 }
 

@@ -2,13 +2,14 @@
 
 #include <Base/Text.h>
 
+#include <cerrno>
 #include <cstring>
 
 namespace halvo {
 namespace {
 
 struct Description {
-    std::string operator()(const DiskImageError::System& error) const { return std::strerror(error.code); }
+    std::string operator()(const DiskImageError::System& error) const { return systemErrorText(error.code); }
     std::string operator()(const DiskImageError::NotRecognized&) const { return "image not recognized"; }
     std::string operator()(const DiskImageError::Damaged& error) const {
         return "image data corrupted: " + error.what;
@@ -29,6 +30,8 @@ struct Description {
 };
 
 } // namespace
+
+std::string systemErrorText(int code) { return code == EBUSY ? "Resource busy" : std::strerror(code); }
 
 std::string DiskImageError::describe(const Case& which) { return std::visit(Description(), which); }
 

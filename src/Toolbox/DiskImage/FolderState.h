@@ -11,7 +11,8 @@ namespace halvo {
 
 /// What an attached folder holds, as far as it tells whether something changed. Links are not followed.
 struct FolderState {
-    std::map<std::string, std::uint64_t> inodes{}; ///< by path relative to the folder, which is the empty path
+    std::map<std::string, std::uint64_t>
+        inodes{};              ///< by path relative to the folder, which is the empty path
     std::string fingerprint{}; ///< of paths, inode numbers, kinds, permissions, sizes and dates
 };
 

@@ -35,7 +35,12 @@ enum HeaderField : std::size_t {
     entrySizeField = 84,
     entriesChecksumField = 88,
 };
-enum EntryField : std::size_t { identifierField = 16, firstSectorField = 32, lastSectorField = 40, nameField = 56 };
+enum EntryField : std::size_t {
+    identifierField = 16,
+    firstSectorField = 32,
+    lastSectorField = 40,
+    nameField = 56
+};
 
 UUID known(std::string_view text) { return UUID::parse(text).value(); }
 

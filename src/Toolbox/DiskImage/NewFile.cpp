@@ -27,7 +27,8 @@ void writeAt(int file, const std::filesystem::path& path, std::uint64_t offset, 
 
 NewFile::NewFile(std::filesystem::path to)
     : destination(std::move(to)),
-      temporary(destination.parent_path() / ("." + destination.filename().string().substr(0, 100) + "." + UUID::random().string())),
+      temporary(destination.parent_path() /
+                ("." + destination.filename().string().substr(0, 100) + "." + UUID::random().string())),
       file(::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644)) {
     if (!file.isOpen())
         throw FileError("write", destination, errno);

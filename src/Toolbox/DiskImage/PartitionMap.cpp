@@ -30,8 +30,8 @@ std::vector<Partition> readGUIDPartitions(BlockSource& disk) {
     for (const gpt::Entry& entry : gpt::read(disk).entries) {
         if (entry.lastSector >= disk.size() / sectorSize)
             damaged();
-        partitions.push_back(
-            {entry.name, gpt::typeName(entry.type), entry.firstSector, entry.lastSector - entry.firstSector + 1});
+        partitions.push_back({entry.name, gpt::typeName(entry.type), entry.firstSector,
+                              entry.lastSector - entry.firstSector + 1});
     }
     return partitions;
 }
@@ -89,7 +89,8 @@ std::optional<std::vector<Partition>> readMasterBootRecord(ByteView sector, std:
         const auto count = littleEndianAt<std::uint32_t>(sector, offset + 12);
         if (type == 0)
             continue;
-        if ((state != 0 && state != 0x80) || first == 0 || count == 0 || std::uint64_t{first} + count > sectorCount)
+        if ((state != 0 && state != 0x80) || first == 0 || count == 0 ||
+            std::uint64_t{first} + count > sectorCount)
             return std::nullopt;
         partitions.push_back({"", masterBootRecordType(type), first, count});
     }
@@ -133,7 +134,8 @@ public:
     void add(const std::string& name, const std::string& type, std::uint64_t end) {
         if (end <= position)
             return;
-        regions.push_back({name + " (" + type + " : " + std::to_string(regions.size()) + ")", position, end - position});
+        regions.push_back(
+            {name + " (" + type + " : " + std::to_string(regions.size()) + ")", position, end - position});
         position = end;
     }
     void addPartitions(const std::vector<Partition>& partitions, std::uint64_t end) {
@@ -245,8 +247,8 @@ SingleVolumeDisk readSingleVolumeDisk(BlockSource& disk) {
             return found;
         }
     }
-    throw DiskImageError(
-        DiskImageError::Unsupported{"only an image with one HFS+ volume, as `create` makes it, can be changed"});
+    throw DiskImageError(DiskImageError::Unsupported{
+        "only an image with one HFS+ volume, as `create` makes it, can be changed"});
 }
 
 } // namespace halvo

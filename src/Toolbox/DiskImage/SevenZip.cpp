@@ -49,13 +49,15 @@ Listing readListing(const std::string& text) {
         } else if (auto target = value("Symbolic Link = "); target && !target->empty()) {
             listing.links.push_back({path, *std::move(target)});
         }
-        if (listing.totalSize > hfsplus::UnfoldLimits().totalSize || listing.items > hfsplus::UnfoldLimits().items)
+        if (listing.totalSize > hfsplus::UnfoldLimits().totalSize ||
+            listing.items > hfsplus::UnfoldLimits().items)
             throw DiskImageError(DiskImageError::TooLarge{hfsplus::UnfoldLimits().totalSize});
     }
     return listing;
 }
 
-/// Makes a link where every folder on its way is a real one inside of `folder`; others came from no honest image.
+/// Makes a link where every folder on its way is a real one inside of `folder`; others came from no honest
+/// image.
 void makeLink(const fs::path& folder, const Link& link) {
     fs::path place = folder;
     const fs::path relative = fs::path(link.path).relative_path();
@@ -109,7 +111,8 @@ ProcessResult SevenZip::run(Arguments arguments, const std::string& reason) {
     throw DiskImageError(DiskImageError::NeedsSevenZip{reason});
 }
 
-SevenZip::Unfolded SevenZip::unfold(const fs::path& image, const fs::path& target, const std::string& reason) {
+SevenZip::Unfolded SevenZip::unfold(const fs::path& image, const fs::path& target,
+                                    const std::string& reason) {
     // A password that nobody is there to give ends the wait for one.
     const Listing listing =
         readListing(run({"l", "-slt", "-ba", "-p", "--", image.string()}, reason).standardOutput);
@@ -120,8 +123,8 @@ SevenZip::Unfolded SevenZip::unfold(const fs::path& image, const fs::path& targe
         excluded += link.path + "\n";
     const fs::path list = target.string() + ".links";
     writeNewFile(list, viewBytes(excluded));
-    run({"x", "-y", "-bd", "-bso0", "-bsp0", "-p", "-spd", "-x@" + list.string(), "-o" + target.string(), "--",
-         image.string()},
+    run({"x", "-y", "-bd", "-bso0", "-bsp0", "-p", "-spd", "-x@" + list.string(), "-o" + target.string(),
+         "--", image.string()},
         reason);
     removeQuietly(list);
     settlePermissions(target);
@@ -130,7 +133,8 @@ SevenZip::Unfolded SevenZip::unfold(const fs::path& image, const fs::path& targe
 
     // A volume with a name lies in a folder of that name.
     const std::vector<fs::path> entries = entriesOf(target);
-    if (entries.size() == 1 && fs::is_directory(fs::symlink_status(entries[0])) && entries[0].extension() != ".app") {
+    if (entries.size() == 1 && fs::is_directory(fs::symlink_status(entries[0])) &&
+        entries[0].extension() != ".app") {
         for (fs::directory_iterator entry(entries[0]), end; entry != end; ++entry)
             if (entry->path().filename().string().find(privateFolders) != std::string::npos)
                 removeQuietly(entry->path());

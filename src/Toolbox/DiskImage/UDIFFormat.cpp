@@ -115,9 +115,9 @@ Bytes writeTrailer(const Trailer& trailer) {
     writer.writeUInt64(0); // running data fork offset
     writer.writeUInt64(trailer.dataForkOffset);
     writer.writeUInt64(trailer.dataForkSize);
-    writer.writeZeros(16);  // resource fork
-    writer.writeUInt32(1);  // segment 1
-    writer.writeUInt32(1);  // of 1
+    writer.writeZeros(16); // resource fork
+    writer.writeUInt32(1); // segment 1
+    writer.writeUInt32(1); // of 1
     writer.writeBytes(trailer.segmentID);
     writeChecksum(writer, trailer.dataForkChecksum);
     writer.writeUInt64(trailer.propertyListOffset);
@@ -181,7 +181,8 @@ Bytes writeTable(const Table& table) {
     writer.writeUInt32(static_cast<std::uint32_t>(table.chunks.size() + 1));
     for (const Chunk& chunk : table.chunks)
         writeChunk(writer, chunk);
-    const std::uint64_t end = table.chunks.empty() ? 0 : table.chunks.back().offset + table.chunks.back().storedSize;
+    const std::uint64_t end =
+        table.chunks.empty() ? 0 : table.chunks.back().offset + table.chunks.back().storedSize;
     writeChunk(writer, {.type = ChunkType::terminator, .firstSector = table.sectorCount, .offset = end});
     return writer.take();
 }

@@ -48,8 +48,8 @@ struct Table {
     std::uint64_t dataOffset = 0;
     std::uint32_t buffersNeeded = 0; ///< sectors that decompressing takes
     std::uint32_t descriptor = 0;
-    std::uint32_t checksum = 0; ///< CRC-32 of the plain bytes
-    std::vector<Chunk> chunks{};   ///< without the terminator
+    std::uint32_t checksum = 0;  ///< CRC-32 of the plain bytes
+    std::vector<Chunk> chunks{}; ///< without the terminator
 };
 
 struct Trailer {
@@ -70,13 +70,15 @@ bool isTrailer(ByteView bytes);
 Trailer readTrailer(ByteView bytes);
 Bytes writeTrailer(const Trailer& trailer);
 
-/// Throws DiskImageError (Damaged), also for a table whose chunks do not cover its sectors one after the other.
+/// Throws DiskImageError (Damaged), also for a table whose chunks do not cover its sectors one after the
+/// other.
 Table readTable(ByteView bytes);
 Bytes writeTable(const Table& table);
 
 /// The tables of a property list. Throws DiskImageError (Damaged) and PropertyListError.
 std::vector<Table> readTables(ByteView propertyList);
-/// The property list as Apple's tools write it. The first table has the number -1 when there is a partition map.
+/// The property list as Apple's tools write it. The first table has the number -1 when there is a partition
+/// map.
 Bytes writePropertyList(const std::vector<Table>& tables, bool hasPartitionMap);
 
 } // namespace halvo::udif

@@ -32,9 +32,7 @@ constexpr std::size_t pieceSize = 1u << 20;
     throw DiskImageError(DiskImageError::Damaged{std::move(what)});
 }
 
-bool isEmpty(const Chunk& chunk) {
-    return chunk.type == ChunkType::zero || chunk.type == ChunkType::ignored;
-}
+bool isEmpty(const Chunk& chunk) { return chunk.type == ChunkType::zero || chunk.type == ChunkType::ignored; }
 
 /// Where a chunk's bytes lie in the file; throws when that is not inside of it.
 void locate(Chunk& chunk, const udif::Trailer& trailer, const Table& table, std::uint64_t fileSize) {
@@ -54,7 +52,8 @@ void locate(Chunk& chunk, const udif::Trailer& trailer, const Table& table, std:
     if (chunk.type == ChunkType::raw) {
         if (chunk.storedSize < chunk.sectorCount * sectorSize)
             damaged("a raw chunk is too short");
-    } else if (chunk.sectorCount > maxCompressedSectors || chunk.storedSize > 2 * maxCompressedSectors * sectorSize) {
+    } else if (chunk.sectorCount > maxCompressedSectors ||
+               chunk.storedSize > 2 * maxCompressedSectors * sectorSize) {
         damaged("a chunk is too large");
     }
 }
@@ -87,8 +86,9 @@ void UDIFReader::Contents::readTables(const udif::Trailer& trailer) {
     Bytes list(trailer.propertyListSize);
     file.read(trailer.propertyListOffset, list);
     tables = udif::readTables(list);
-    std::stable_sort(tables.begin(), tables.end(),
-                     [](const Table& left, const Table& right) { return left.firstSector < right.firstSector; });
+    std::stable_sort(tables.begin(), tables.end(), [](const Table& left, const Table& right) {
+        return left.firstSector < right.firstSector;
+    });
     std::uint64_t end = 0;
     for (const Table& table : tables) {
         if (table.firstSector < end)
@@ -174,8 +174,9 @@ void UDIFReader::read(std::uint64_t offset, std::span<std::uint8_t> into) {
     if (offset > size() || into.size() > size() - offset)
         throw hfsplus::HFSPlusError(hfsplus::HFSPlusError::ReadPastEnd{offset});
     const auto& chunks = contents->chunks;
-    auto next = std::upper_bound(chunks.begin(), chunks.end(), offset / sectorSize,
-                                 [](std::uint64_t sector, const Chunk& chunk) { return sector < chunk.firstSector; });
+    auto next =
+        std::upper_bound(chunks.begin(), chunks.end(), offset / sectorSize,
+                         [](std::uint64_t sector, const Chunk& chunk) { return sector < chunk.firstSector; });
     if (next != chunks.begin())
         --next;
     while (!into.empty()) {

@@ -53,7 +53,8 @@ std::uint32_t buffersNeeded(const Table& table, Compression compression) {
     std::uint64_t largest = 0;
     for (const Chunk& chunk : table.chunks)
         largest = std::max(largest, chunk.storedSize);
-    return largest == 0 ? 0 : static_cast<std::uint32_t>(chunkSectors + (largest + sectorSize - 1) / sectorSize);
+    return largest == 0 ? 0
+                        : static_cast<std::uint32_t>(chunkSectors + (largest + sectorSize - 1) / sectorSize);
 }
 
 /// A table for each region, as yet without chunks.
@@ -82,7 +83,8 @@ class Conversion {
 public:
     Conversion(hfsplus::BlockSource& disk, DataFork& output, const UDIFOptions& options,
                const std::stop_token& cancellation)
-        : disk(disk), output(output), encoder(options.compression, options.threads), cancellation(cancellation) {}
+        : disk(disk), output(output), encoder(options.compression, options.threads),
+          cancellation(cancellation) {}
 
     /// Reads the table's sectors in order, with their checksum.
     template<typename Report>
@@ -129,8 +131,8 @@ private:
 
 } // namespace
 
-void writeUDIF(hfsplus::BlockSource& disk, const PartitionMap& map, int file, const std::filesystem::path& path,
-               const UDIFOptions& options,
+void writeUDIF(hfsplus::BlockSource& disk, const PartitionMap& map, int file,
+               const std::filesystem::path& path, const UDIFOptions& options,
                const std::function<void(std::uint64_t done, std::uint64_t total)>& progress,
                const std::stop_token& cancellation) {
     const bool hasMap = map.scheme != PartitionMap::Scheme::none;

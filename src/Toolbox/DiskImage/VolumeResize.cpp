@@ -11,8 +11,8 @@
 #include <bit>
 #include <utility>
 
-// The volume header of HFS Plus (Apple TN1150), integers big-endian; the allocation bitmap says which blocks are
-// taken. The last block holds a second copy of the header.
+// The volume header of HFS Plus (Apple TN1150), integers big-endian; the allocation bitmap says which blocks
+// are taken. The last block holds a second copy of the header.
 namespace halvo {
 namespace {
 
@@ -75,8 +75,8 @@ VolumeResize::VolumeResize(int opened, std::filesystem::path image, std::uint64_
     blockSize = valueAt(header, blockSizeField);
     blockCount = valueAt(header, blockCountField);
     const std::uint32_t attributes = valueAt(header, attributesField);
-    if (!viewText(header).starts_with("H+") || (attributes & unmountedCleanly) == 0 || (attributes & journaled) != 0 ||
-        blockSize < headerOffset)
+    if (!viewText(header).starts_with("H+") || (attributes & unmountedCleanly) == 0 ||
+        (attributes & journaled) != 0 || blockSize < headerOffset)
         throw DiskImageError(DiskImageError::Unsupported{"its volume is none that can be resized here"});
     if (!std::has_single_bit(blockSize) || blockCount < 2 || blockCount > size / blockSize)
         damaged();

@@ -62,8 +62,8 @@ private:
     static constexpr std::array<std::string_view, 7> withValue{
         "-srcfolder", "-volname", "-fs", "-format", "-size", "-o", "-mountrandom"};
     static constexpr std::array<std::string_view, 14> withoutValue{
-        "-limits",     "-plist",  "-readonly", "-readwrite", "-noverify", "-noautoopen", "-nobrowse",
-        "-autoopen",   "-verify", "-force",    "-quiet",     "-verbose",  "-puppetstrings", "-noautofsck"};
+        "-limits",   "-plist",  "-readonly", "-readwrite", "-noverify", "-noautoopen",    "-nobrowse",
+        "-autoopen", "-verify", "-force",    "-quiet",     "-verbose",  "-puppetstrings", "-noautofsck"};
 
     static bool isAmong(const auto& known, const std::string& option) {
         return std::find(known.begin(), known.end(), option) != known.end();

@@ -29,10 +29,11 @@ int setCustomIcon(const std::string& path) {
 int main(int count, char** values) {
     const std::vector<std::string> arguments(values + 1, values + count);
     if (arguments.size() != 3 || arguments[0] != "-a" || arguments[1] != "C") {
-        std::fputs("Usage: SetFile -a C mount-point\n"
-                   "Here it only sets the custom icon flag of an attached disk image; every other attribute needs "
-                   "a Mac.\n",
-                   stderr);
+        std::fputs(
+            "Usage: SetFile -a C mount-point\n"
+            "Here it only sets the custom icon flag of an attached disk image; every other attribute needs "
+            "a Mac.\n",
+            stderr);
         return usageError;
     }
     try {

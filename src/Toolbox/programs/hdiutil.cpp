@@ -8,9 +8,12 @@
 #include <Platform/PropertyList.h>
 #include <Platform/SystemProcessRunner.h>
 
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <filesystem>
 #include <stop_token>
 #include <string>
@@ -86,7 +89,8 @@ std::uint64_t parseSize(const std::string& text) {
     const std::string unit = end;
     // Without a unit and with "b", sectors of 512 bytes count.
     const std::size_t index = unit.empty() ? 0 : units.find(unit);
-    if (end == text.c_str() || text.starts_with('-') || errno != 0 || unit.size() > 1 || index == std::string_view::npos)
+    if (end == text.c_str() || text.starts_with('-') || errno != 0 || unit.size() > 1 ||
+        index == std::string_view::npos)
         throw UsageError("invalid size: " + text);
     const unsigned shift = index == 0 ? 9 : static_cast<unsigned>(10 * index);
     if (number > (std::uint64_t{1} << 50) >> shift)
@@ -99,7 +103,9 @@ DiskImages::Progress puppetStrings(const HdiutilArguments& arguments) {
     if (!arguments.has("-puppetstrings"))
         return {};
     return [last = -1](std::uint64_t done, std::uint64_t total) mutable {
-        const int percent = total == 0 ? 100 : static_cast<int>(100.0 * static_cast<double>(done) / static_cast<double>(total));
+        const int percent =
+            total == 0 ? 100
+                       : static_cast<int>(100.0 * static_cast<double>(done) / static_cast<double>(total));
         if (percent == last)
             return;
         last = percent;
@@ -113,15 +119,18 @@ void create(DiskImages& images, const HdiutilArguments& arguments) {
     if (format != "UDRW")
         throw UsageError("only images of format UDRW are created here; convert makes others of them");
     const std::string folder = arguments.value("-srcfolder");
-    const std::string name = arguments.find("-volname").value_or(std::filesystem::path(folder).filename().string());
-    print("created: " + images.create(folder, name, arguments.path(), puppetStrings(arguments)).string() + "\n");
+    const std::string name =
+        arguments.find("-volname").value_or(std::filesystem::path(folder).filename().string());
+    print("created: " + images.create(folder, name, arguments.path(), puppetStrings(arguments)).string() +
+          "\n");
 }
 
 void resize(DiskImages& images, const HdiutilArguments& arguments) {
     if (arguments.has("-limits")) {
         const DiskImages::Limits limits = images.limits(arguments.path());
         std::printf("%llu\t%llu\t%llu\n", static_cast<unsigned long long>(limits.minimum),
-                    static_cast<unsigned long long>(limits.current), static_cast<unsigned long long>(limits.maximum));
+                    static_cast<unsigned long long>(limits.current),
+                    static_cast<unsigned long long>(limits.maximum));
         return;
     }
     images.resize(arguments.path(), parseSize(arguments.value("-size")));
@@ -156,17 +165,17 @@ void convert(DiskImages& images, const HdiutilArguments& arguments) {
     if (format != "ULMO" && format != "UDZO")
         throw UsageError("only the formats ULMO and UDZO are written here");
     const Compression compression = format == "ULMO" ? Compression::lzma : Compression::zlib;
-    const auto output = images.convert(arguments.path(), arguments.value("-o"), compression, puppetStrings(arguments));
+    const auto output =
+        images.convert(arguments.path(), arguments.value("-o"), compression, puppetStrings(arguments));
     print("created: " + output.string() + "\n");
 }
 
 using Verb = void (*)(DiskImages&, const HdiutilArguments&);
 
 Verb findVerb(const std::string& name) {
-    constexpr std::pair<std::string_view, Verb> verbs[] = {{"create", create}, {"resize", resize},
-                                                           {"attach", attach}, {"mount", attach},
-                                                           {"detach", detach}, {"eject", detach},
-                                                           {"info", info},     {"convert", convert}};
+    constexpr std::pair<std::string_view, Verb> verbs[] = {
+        {"create", create}, {"resize", resize}, {"attach", attach}, {"mount", attach},
+        {"detach", detach}, {"eject", detach},  {"info", info},     {"convert", convert}};
     for (const auto& [known, verb] : verbs)
         if (known == name)
             return verb;
@@ -178,12 +187,12 @@ void report(const std::string& verb, const std::exception& failure) {
     std::string reason = describe(failure);
     std::string detail;
     if (const auto* file = dynamic_cast<const FileError*>(&failure)) {
-        detail = std::exchange(reason, std::strerror(file->code));
+        detail = std::exchange(reason, systemErrorText(file->code));
     } else if (const auto* volume = dynamic_cast<const hfsplus::HFSPlusError*>(&failure)) {
         if (std::holds_alternative<hfsplus::HFSPlusError::NoSpace>(volume->which))
-            detail = std::exchange(reason, std::strerror(ENOSPC));
+            detail = std::exchange(reason, systemErrorText(ENOSPC));
         else if (const auto* write = std::get_if<hfsplus::HFSPlusError::WriteFailed>(&volume->which))
-            detail = std::exchange(reason, std::strerror(write->code));
+            detail = std::exchange(reason, systemErrorText(write->code));
     }
     std::fprintf(stderr, "hdiutil: %s failed - %s\n", verb.c_str(), reason.c_str());
     if (!detail.empty())
@@ -248,12 +257,14 @@ int main(int count, char** values) {
     const std::vector<std::string> arguments(values + 1, values + count);
     const halvo::Verb verb = arguments.empty() ? nullptr : halvo::findVerb(arguments[0]);
     if (!verb) {
-        const bool asked = !arguments.empty() && (arguments[0] == "help" || arguments[0] == "-help" || arguments[0] == "--help");
+        const bool asked = !arguments.empty() &&
+                           (arguments[0] == "help" || arguments[0] == "-help" || arguments[0] == "--help");
         std::fputs(halvo::usage, asked ? stdout : stderr);
         return asked ? 0 : halvo::failed;
     }
     try {
-        return halvo::run(arguments[0], verb, halvo::HdiutilArguments({arguments.begin() + 1, arguments.end()}));
+        return halvo::run(arguments[0], verb,
+                          halvo::HdiutilArguments({arguments.begin() + 1, arguments.end()}));
     } catch (const halvo::UsageError& error) {
         std::fprintf(stderr, "hdiutil: %s: %s\n%s", arguments[0].c_str(), error.what(), halvo::usage);
         return halvo::failed;

@@ -85,7 +85,8 @@ TEST(PartitionMap, isAbsentOnABareVolume) {
     MemoryDisk disk(Bytes(8 * 512));
     std::copy_n("H+", 2, disk.bytes.begin() + 1024);
     EXPECT_THAT(readPartitionMap(disk).partitions, ElementsAre(Partition{"whole disk", "Apple_HFS", 0, 8}));
-    EXPECT_THAT(diskRegions(readPartitionMap(disk), 8), ElementsAre(DiskRegion{"whole disk (Apple_HFS : 0)", 0, 8}));
+    EXPECT_THAT(diskRegions(readPartitionMap(disk), 8),
+                ElementsAre(DiskRegion{"whole disk (Apple_HFS : 0)", 0, 8}));
 }
 
 } // namespace

@@ -162,7 +162,8 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, UDIFTables,
     testing::Values(
         BadTable{"gap", 4, {{ChunkType::raw, 1, 3, 0, 1536}}, "do not follow each other"},
-        BadTable{"overlap", 4, {{ChunkType::zero, 0, 3}, {ChunkType::zero, 2, 2}}, "do not follow each other"},
+        BadTable{
+            "overlap", 4, {{ChunkType::zero, 0, 3}, {ChunkType::zero, 2, 2}}, "do not follow each other"},
         BadTable{"missingEnd", 4, {{ChunkType::raw, 0, 3, 0, 1536}}, "do not cover"},
         BadTable{"wrappingCount", 4, {{ChunkType::zero, 0, huge}}, "do not follow each other"},
         BadTable{"impossibleSize", huge, {{ChunkType::zero, 0, huge}}, "impossible"},
@@ -177,9 +178,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(UDIFSpace, mayBeLeftOut) {
     Bytes data(512, 9);
-    MemoryDisk file(imageOf({.sectorCount = 4,
-                             .chunks = {{ChunkType::ignored, 0, 3}, {ChunkType::raw, 3, 1, 0, 512}}},
-                            data));
+    MemoryDisk file(imageOf(
+        {.sectorCount = 4, .chunks = {{ChunkType::ignored, 0, 3}, {ChunkType::raw, 3, 1, 0, 512}}}, data));
     UDIFReader reader(file);
     Bytes read(2048);
     reader.read(0, read);

@@ -16,8 +16,8 @@ namespace halvo {
 
 /// A disk image that is unfolded into a folder, since nothing here mounts it.
 struct AttachedVolume {
-    std::string device{};              ///< "disk4"
-    std::filesystem::path imagePath{}; ///< absolute, without links
+    std::string device{};               ///< "disk4"
+    std::filesystem::path imagePath{};  ///< absolute, without links
     std::filesystem::path mountPoint{}; ///< the folder that stands for the volume, alike
     std::string mapHint{};    ///< of the partition map: "GUID_partition_scheme"; empty without a map
     std::string volumeHint{}; ///< "Apple_HFS"
@@ -36,11 +36,11 @@ struct AttachedVolume {
     bool operator==(const AttachedVolume&) const = default;
 };
 
-/// The attached images of a user, and the folders that stand for their volumes: below `halvo-volumes-<user>`, in
-/// `TMPDIR` or /tmp, mode 0700. For each device a folder with its record, its lock and the volume.
+/// The attached images of a user, and the folders that stand for their volumes: below `halvo-volumes-<user>`,
+/// in `TMPDIR` or /tmp, mode 0700. For each device a folder with its record, its lock and the volume.
 ///
-/// Any number of processes may use it. A record whose volume is gone counts as none. Throws FileError where the
-/// system refuses something, also when the folder belongs to somebody else or is open to others.
+/// Any number of processes may use it. A record whose volume is gone counts as none. Throws FileError where
+/// the system refuses something, also when the folder belongs to somebody else or is open to others.
 class AttachedVolumes {
 public:
     explicit AttachedVolumes(std::filesystem::path folder) : folder(std::move(folder)) {}
@@ -53,8 +53,8 @@ public:
     std::optional<AttachedVolume> find(const std::filesystem::path& path) const;
     std::optional<AttachedVolume> findDevice(const std::string& device) const;
 
-    /// The number that a file has or will have in the volume's catalog: a new file gets the next one, which is
-    /// kept for it. Absent for a path on no attached volume, or on one without numbers.
+    /// The number that a file has or will have in the volume's catalog: a new file gets the next one, which
+    /// is kept for it. Absent for a path on no attached volume, or on one without numbers.
     std::optional<std::uint64_t> fileID(const std::filesystem::path& path) const;
     /// The date that a file will have in the image; absent for a path on no attached volume.
     std::optional<Date> creationDate(const std::filesystem::path& path) const;

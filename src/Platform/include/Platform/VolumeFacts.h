@@ -30,8 +30,8 @@ public:
     virtual std::optional<Date> creationDate(const std::filesystem::path& path) const = 0;
 };
 
-/// Folders of this system: those that stand for attached disk images (AttachedVolumes), and any other as if it
-/// were a volume.
+/// Folders of this system: those that stand for attached disk images (AttachedVolumes), and any other as if
+/// it were a volume.
 class SystemVolumeFacts final : public VolumeFacts {
 public:
     /// Knows of no attached images: files have their inode numbers.

@@ -8,8 +8,8 @@
 
 namespace halvo {
 
-/// A disk image that cannot be read, made or changed. The description is the reason alone, as hdiutil prints it
-/// behind "attach failed - ".
+/// A disk image that cannot be read, made or changed. The description is the reason alone, as hdiutil prints
+/// it behind "attach failed - ".
 class DiskImageError : public Failure {
 public:
     /// What an operation needs is not there, is there already, is in use, is full: an errno value.
@@ -50,5 +50,8 @@ public:
 private:
     static std::string describe(const Case& which);
 };
+
+/// The text of an errno value as macOS has it, where callers look for it: "Resource busy".
+std::string systemErrorText(int code);
 
 } // namespace halvo

@@ -39,8 +39,8 @@ public:
     /// `SOURCE_DATE_EPOCH` in the environment is the latest date that a new image holds.
     explicit DiskImages(Context context);
 
-    /// Writes a raw image with a GUID partition map and one HFS+ volume of the folder's content, and gives its
-    /// path: `image`, with the extension "dmg" when it has another.
+    /// Writes a raw image with a GUID partition map and one HFS+ volume of the folder's content, and gives
+    /// its path: `image`, with the extension "dmg" when it has another.
     std::filesystem::path create(const std::filesystem::path& folder, const std::string& volumeName,
                                  const std::filesystem::path& image, const Progress& progress = {});
 
@@ -50,7 +50,8 @@ public:
     void resize(const std::filesystem::path& image, std::uint64_t bytes);
 
     /// Unfolds the volume of an image into a folder. One that is attached already stays as it is. Images that
-    /// cannot be written back are read-only whatever is asked for. `verify` compares an image's checksums first.
+    /// cannot be written back are read-only whatever is asked for. `verify` compares an image's checksums
+    /// first.
     AttachedVolume attach(const std::filesystem::path& image, bool readOnly, bool verify);
     /// Writes what changed back into the image and removes the folder. `target` is a mount point or a device.
     /// Gives the device.
@@ -63,7 +64,8 @@ public:
 
 private:
     std::optional<AttachedVolume> attachedVolume(const std::filesystem::path& image) const;
-    void unfoldForeign(const AttachedVolumes::Slot& slot, AttachedVolume& volume, const std::string& reason) const;
+    void unfoldForeign(const AttachedVolumes::Slot& slot, AttachedVolume& volume,
+                       const std::string& reason) const;
     void writeBack(const AttachedVolume& volume) const;
 
     Context context;

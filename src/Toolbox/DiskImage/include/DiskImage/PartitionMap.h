@@ -24,7 +24,8 @@ struct Partition {
 struct PartitionMap {
     enum class Scheme { guid, apple, masterBootRecord, none };
     Scheme scheme = Scheme::none;
-    std::vector<Partition> partitions{}; ///< in the order of the disk; without a scheme, the whole disk is one
+    std::vector<Partition>
+        partitions{}; ///< in the order of the disk; without a scheme, the whole disk is one
 
     /// As macOS names it among a disk's contents: "GUID_partition_scheme"; empty for `none`.
     std::string_view contentHint() const;
@@ -61,8 +62,8 @@ struct SingleVolumeDisk {
 /// Writes protective MBR and both copies of the map. Throws FileError (`path` names the file).
 void writePartitionMap(int file, const std::filesystem::path& path, const SingleVolumeDisk& disk);
 
-/// The identifiers of a disk that writePartitionMap() made or whose map is alike. Throws DiskImageError (`Unsupported`)
-/// for a disk with another map or further partitions.
+/// The identifiers of a disk that writePartitionMap() made or whose map is alike. Throws DiskImageError
+/// (`Unsupported`) for a disk with another map or further partitions.
 SingleVolumeDisk readSingleVolumeDisk(hfsplus::BlockSource& disk);
 
 } // namespace halvo

@@ -7,22 +7,26 @@
 
 namespace halvo {
 
-/// The disk inside a UDIF image (raw, zlib, bzip2 and LZMA chunks), decompressed as it is read. The image is not
-/// trusted: every table is checked against the file before a byte of it is used, and memory stays bounded.
+/// The disk inside a UDIF image (raw, zlib, bzip2 and LZMA chunks), decompressed as it is read. The image is
+/// not trusted: every table is checked against the file before a byte of it is used, and memory stays
+/// bounded.
 class UDIFReader final : public hfsplus::BlockSource {
 public:
     /// Whether the file ends in the trailer of a UDIF image. What is not read counts as no.
     static bool recognizes(hfsplus::BlockSource& file);
 
-    /// `file` must outlive the reader. Throws DiskImageError (`Damaged`), PropertyListError and what `file` raises.
+    /// `file` must outlive the reader. Throws DiskImageError (`Damaged`), PropertyListError and what `file`
+    /// raises.
     explicit UDIFReader(hfsplus::BlockSource& file);
     ~UDIFReader() override;
 
     std::uint64_t size() const override;
-    /// Throws DiskImageError (`Damaged`; `NeedsSevenZip` for a chunk of LZFSE or ADC) and what the file raises.
+    /// Throws DiskImageError (`Damaged`; `NeedsSevenZip` for a chunk of LZFSE or ADC) and what the file
+    /// raises.
     void read(std::uint64_t offset, std::span<std::uint8_t> into) override;
 
-    /// Compares the disk with the checksums of its regions, on all cores. Throws DiskImageError (`Damaged`), as read().
+    /// Compares the disk with the checksums of its regions, on all cores. Throws DiskImageError (`Damaged`),
+    /// as read().
     void verify();
 
 private:
