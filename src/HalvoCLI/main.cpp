@@ -1,3 +1,4 @@
+#include "CommandLine/CIEnvironment.h"
 #include "CommandLine/CommandLineParser.h"
 #include "Commands/Commands.h"
 #include "Interruption.h"
@@ -28,6 +29,8 @@ int run(Command& command, const std::vector<std::string>& path, const std::strin
                       .standardOutputIsTerminal = ::isatty(STDOUT_FILENO) == 1,
                       .commandPath = path,
                       .commandHelp = help};
+    if (CIEnvironment::isActive(system.environment().all()))
+        services.streams.standardInput = std::make_shared<NoInput>(); // a question would wait for ever
     try {
         command.run(services);
         return ExitCode::success;

@@ -167,10 +167,6 @@ INSTANTIATE_TEST_SUITE_P(
                         {"licenses"},
                         "This build of Halvo does not administer licenses. Use the service's website, "
                         "https://halvo.example, instead."},
-        UnavailableCase{"login", {"login"}, "`halvo login` is not available in this version of Halvo yet."},
-        UnavailableCase{"nested",
-                        {"config", "show", "-b", "com.example.demo"},
-                        "`halvo config show` is not available in this version of Halvo yet."},
         UnavailableCase{"imageBuilder",
                         {"create-dmg", "Demo.app"},
                         "`halvo create-dmg` is not available in this version of Halvo yet."}),

@@ -71,6 +71,15 @@ public:
             return parsed.has_value();
         });
     }
+    /// A required positional argument with a value of its own type.
+    template<typename Value>
+    void typedPositional(const std::string& name, Value& value, const std::string& help,
+                         std::function<std::optional<Value>(const std::string&)> parse,
+                         const std::vector<std::string>& allowedValues = {}) {
+        typedOption<Value>(name, value, help, std::move(parse), "", allowedValues);
+        declarations.back().kind = ArgumentDeclaration::Kind::positional;
+        declarations.back().required = true;
+    }
 
     const std::vector<ArgumentDeclaration>& all() const { return declarations; }
 

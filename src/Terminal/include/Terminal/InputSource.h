@@ -31,6 +31,16 @@ public:
     virtual void suspend() = 0;
 };
 
+/// Nobody to ask, whatever the process's input is: for runs in which no question may be asked.
+class NoInput final : public InputSource {
+public:
+    bool interactive() const override { return false; }
+    Read read(std::optional<std::chrono::milliseconds>, const std::stop_token&) override { return {}; }
+    void beginRawMode() override {}
+    void endRawMode() noexcept override {}
+    void suspend() override {}
+};
+
 /// An open file descriptor, which stays the caller's.
 class FileDescriptorInput final : public InputSource {
 public:

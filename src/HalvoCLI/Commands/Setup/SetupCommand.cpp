@@ -1,11 +1,10 @@
 #include "Commands/Commands.h"
-#include "Commands/S3DestinationOptions.h"
-#include "Commands/Unavailable.h"
+#include "Commands/Setup/SetupFlow.h"
+#include "Output/FailureReport.h"
+#include "Services.h"
 
 namespace halvo {
 namespace {
-
-enum class HostingType { halvo, s3 };
 
 std::optional<HostingType> parseHostingType(const std::string& text) {
     if (text == "halvo")
@@ -36,28 +35,27 @@ public:
                "After setup, use `halvo release` to publish your first release.";
     }
     void declare(CommandArguments& arguments) override {
-        arguments.positional("path", path, "Path to the .app bundle");
-        arguments.typedOption<HostingType>("--hosting", hosting, "Hosting type (halvo, s3)", parseHostingType,
-                                           {"halvo", "s3"});
-        s3Destination.declare(arguments);
-        arguments.option("--s3-access-key-id", s3AccessKeyID, "S3 access key ID (required for S3)");
-        arguments.option("--s3-secret-access-key", s3SecretAccessKey,
+        arguments.positional("path", options.path, "Path to the .app bundle");
+        arguments.typedOption<HostingType>("--hosting", options.hosting, "Hosting type (halvo, s3)",
+                                           parseHostingType, {"halvo", "s3"});
+        options.s3Destination.declare(arguments);
+        arguments.option("--s3-access-key-id", options.s3AccessKeyID, "S3 access key ID (required for S3)");
+        arguments.option("--s3-secret-access-key", options.s3SecretAccessKey,
                          "S3 secret access key (required for S3)");
-        arguments.option("--sparkle-key", sparkleKey,
+        arguments.option("--sparkle-key", options.sparkleKey,
                          "Base64-encoded Ed25519 private key for Sparkle signing");
-        arguments.flag("--generate-sparkle-key", generateSparkleKey,
+        arguments.flag("--generate-sparkle-key", options.generateSparkleKey,
                        "Generate a new Sparkle signing key without prompting");
     }
-    void run(Services& services) override { reportUnavailable(services, "setup"); }
+
+    void run(Services& services) override {
+        const auto terminal = services.makeTerminal();
+        endingOnFailure(*terminal, ExitCode::success,
+                        [&] { SetupFlow(options, services.platform, *terminal).run(); });
+    }
 
 private:
-    std::optional<std::string> path{};
-    std::optional<HostingType> hosting{};
-    S3DestinationOptions s3Destination{};
-    std::optional<std::string> s3AccessKeyID{};
-    std::optional<std::string> s3SecretAccessKey{};
-    std::optional<std::string> sparkleKey{};
-    bool generateSparkleKey = false;
+    SetupOptions options{};
 };
 
 } // namespace

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "CommandLine/Command.h"
+#include "Output/CLIError.h"
+
+#include <Terminal/Terminal.h>
+
+#include <string>
+
+namespace halvo {
+
+/// Runs `action`. A failure goes on with `prefix` in front of its sentence; a CLIError, which has a whole
+/// sentence of its own, and a cancellation go on as they are.
+template<typename Action>
+decltype(auto) withFailurePrefix(const std::string& prefix, Action&& action) {
+    try {
+        return action();
+    } catch (const CancelledError&) {
+        throw;
+    } catch (const CLIError&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw Failure(prefix + describe(error));
+    }
+}
+
+/// Runs the work of a command that speaks in text only. A failure is printed to standard output in the style
+/// of danger; then the command ends with `status`. A cancellation passes through.
+template<typename Work>
+void endingOnFailure(Terminal& terminal, int status, Work&& work) {
+    try {
+        work();
+    } catch (const CancelledError&) {
+        throw;
+    } catch (const std::exception& error) {
+        terminal.print(TerminalText::danger(describe(error)));
+        throw ExitCode{status};
+    }
+}
+
+} // namespace halvo
