@@ -43,7 +43,7 @@ struct SystemPlatform::Parts {
         makeSystemHTTPSession(environment.nonEmpty("SSL_CERT_FILE").value_or(""));
     std::unique_ptr<ImageServices> images = makeSystemImageServices();
     SystemWorkspace workspace{environment};
-    SystemVolumeFacts volumes{};
+    SystemVolumeFacts volumes{AttachedVolumes::ofUser(environment)};
     SystemLog log{};
     Platform platform;
 

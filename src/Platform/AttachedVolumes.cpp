@@ -223,9 +223,20 @@ AttachedVolumes::change(const std::string& device, const std::function<void(Atta
     return volume;
 }
 
+FileLock AttachedVolumes::lockRegistry() const {
+    for (;;) {
+        requirePrivateFolder(folder);
+        try {
+            return FileLock(folder / lockName);
+        } catch (const FileError& error) {
+            if (error.code != ENOENT) // or else the folder was removed since it was made
+                throw;
+        }
+    }
+}
+
 AttachedVolumes::Slot AttachedVolumes::reserve() const {
-    requirePrivateFolder(folder);
-    const FileLock registry(folder / lockName);
+    const FileLock registry = lockRegistry();
     for (const std::string& device : devices()) {
         if (readRecord(folder / device))
             continue;
@@ -239,6 +250,17 @@ AttachedVolumes::Slot AttachedVolumes::reserve() const {
         if (errno != EEXIST)
             throw FileError("create", deviceFolder, errno);
     }
+}
+
+void AttachedVolumes::removeUnusedFolder() const {
+    if (!fs::exists(folder))
+        return;
+    const FileLock registry = lockRegistry();
+    if (!devices().empty())
+        return;
+    std::error_code ignored; // a folder that stays does no harm
+    fs::remove(folder / lockName, ignored);
+    fs::remove(folder, ignored);
 }
 
 std::optional<AttachedVolumes::Slot> AttachedVolumes::lock(const std::string& device) const {

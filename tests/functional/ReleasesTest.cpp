@@ -38,6 +38,13 @@ protected:
         arguments.insert(arguments.end(), {"-b", bundle});
         return run(arguments);
     }
+    /// The item of a build number; an edited one changes its place.
+    nlohmann::json item(const std::string& build) {
+        for (const nlohmann::json& candidate : feedItems())
+            if (candidate.at("sparkle:version") == build)
+                return candidate;
+        return {};
+    }
     /// The line about a version.
     std::string listed(const std::string& version) {
         const std::string table = releases({"list"}).output;
@@ -54,19 +61,19 @@ TEST_F(Releases, areListedEditedAndDeleted) {
     const std::string table = releases({"list"}).output;
     EXPECT_THAT(table, HasSubstr("\n1.10 (10)  Published, beta, Critical  2"));
     EXPECT_LT(table.find("1.10 (10)"), table.find("1.2 (7)")) << table;
-    const auto description = feedItems()[1].at("description");
+    const auto description = item("7").at("description");
 
     Outcome updated = releases({"update", first, "--published", "false", "--phased-rollout", "true"});
     EXPECT_EQ(updated.status, 0);
     EXPECT_EQ(updated.output, "Updated release " + first + "\n");
     EXPECT_THAT(listed("1.2 (7)"), HasSubstr("  Draft, Phased  "));
-    EXPECT_EQ(feedItems()[1].at("description"), description);
+    EXPECT_EQ(item("7").at("description"), description);
     releases({"update", second, "--channel", "", "--critical", "false", "--release-notes", "New *words*"});
     EXPECT_THAT(listed("1.10 (10)"), HasSubstr("  Published  "));
-    EXPECT_THAT(feedItems()[0].at("description").get<std::string>(), HasSubstr("New <em>words</em>"));
+    EXPECT_THAT(item("10").at("description").get<std::string>(), HasSubstr("New <em>words</em>"));
     updated = releases({"update", second, "--beta", "true"});
     EXPECT_EQ(updated.error, "warning: --beta is deprecated; use --channel instead.\n");
-    EXPECT_EQ(feedItems()[0].at("sparkle:channel"), "beta");
+    EXPECT_EQ(item("10").at("sparkle:channel"), "beta");
 
     const Outcome unasked = releases({"delete", second});
     EXPECT_EQ(unasked.status, 1);

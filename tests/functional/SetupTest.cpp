@@ -16,9 +16,9 @@ using testing::IsEmpty;
 using testing::StartsWith;
 
 /// Runs of `halvo setup` with nobody to ask.
-class Setup : public ProgramTest {
+class SetupRun : public ProgramTest {
 protected:
-    Setup() {
+    SetupRun() {
         AppBundle().writeTo(work);
         secrets = {key.secret, "secret-half"};
     }
@@ -50,7 +50,7 @@ protected:
                            "secret-half"};
 };
 
-TEST_F(Setup, storesABucketWithTheGivenKeyAndOnlyOnce) {
+TEST_F(SetupRun, storesABucketWithTheGivenKeyAndOnlyOnce) {
     Arguments options = bucket;
     options.insert(options.end(), {"--sparkle-key", key.secret});
     const Outcome done = setup(options);
@@ -69,7 +69,7 @@ TEST_F(Setup, storesABucketWithTheGivenKeyAndOnlyOnce) {
                 EndsWith("\nName  Bundle ID         Hosting\nDemo  com.example.demo  S3\n"));
 }
 
-TEST_F(Setup, keepsTheKeyThatUsersTrust) {
+TEST_F(SetupRun, keepsTheKeyThatUsersTrust) {
     storeInKeychain("dataProtection", "halvo.sparkle.com.example.demo", key.secret);
     Arguments options = bucket;
     options.emplace_back("--generate-sparkle-key");
@@ -86,7 +86,7 @@ struct SetupRefusalCase {
     std::string told;
 };
 
-class SetupRefusal : public Setup, public testing::WithParamInterface<SetupRefusalCase> {};
+class SetupRefusal : public SetupRun, public testing::WithParamInterface<SetupRefusalCase> {};
 
 TEST_P(SetupRefusal, namesWhatIsMissingAndStoresNothing) {
     EXPECT_THAT(setup(GetParam().options).output, EndsWith(GetParam().told + "\n"));
@@ -101,9 +101,10 @@ INSTANTIATE_TEST_SUITE_P(
                          {},
                          "\"How would you like to host Demo?\" cannot be asked without a terminal. Pass "
                          "--hosting halvo or --hosting s3."},
-        SetupRefusalCase{"bucket",
-                         {"--hosting", "s3"},
-                         "\"S3 Bucket\" cannot be asked without a terminal. Pass --s3-bucket."},
+        SetupRefusalCase{
+            "bucket",
+            {"--hosting", "s3"},
+            "\"What is the S3 bucket name?\" cannot be asked without a terminal. Pass --s3-bucket."},
         SetupRefusalCase{"publicURL",
                          {"--hosting", "s3", "--s3-bucket", "b", "--s3-region", "us-east-1"},
                          "Invalid S3 configuration. Bucket and public URL are required."},
@@ -114,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(
         SetupRefusalCase{"keyPair",
                          {"--hosting", "s3", "--s3-bucket", "b", "--s3-region", "us-east-1",
                           "--s3-public-url", "https://dl.example.com", "--s3-access-key-id", "AKIA"},
-                         "\"S3 Access Key ID\" cannot be asked without a terminal. Pass both "
+                         "\"What is your S3 access key ID?\" cannot be asked without a terminal. Pass both "
                          "--s3-access-key-id and --s3-secret-access-key."},
         SetupRefusalCase{"sparkleKeyIsNoBase64",
                          {"--hosting", "s3", "--sparkle-key", "*"},
@@ -124,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(
                          "Failed to create app: Not logged in. Run `halvo login`, or set HALVO_TOKEN."}),
     CaseName());
 
-TEST_F(Setup, registersAHostedAppWithoutAQuestion) {
+TEST_F(SetupRun, registersAHostedAppWithoutAQuestion) {
     const json app{{"id", "11111111-2222-4333-8444-555555555555"},
                    {"name", "Demo"},
                    {"bundleIdentifier", "com.example.demo"},

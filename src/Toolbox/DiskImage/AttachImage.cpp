@@ -150,6 +150,7 @@ AttachedVolume DiskImages::attach(const fs::path& image, bool readOnly, bool ver
         slot.store(volume);
     } catch (...) {
         slot.remove();
+        context.volumes.removeUnusedFolder();
         throw;
     }
     return volume;

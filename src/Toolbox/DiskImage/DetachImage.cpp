@@ -66,6 +66,7 @@ std::string DiskImages::detach(const std::string& target) {
     if (volume.isWritable)
         writeBack(volume);
     slot->remove();
+    context.volumes.removeUnusedFolder();
     return volume.device;
 }
 

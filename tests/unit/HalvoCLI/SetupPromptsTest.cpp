@@ -23,8 +23,8 @@ const std::string bundle = "com.example.Demo";
 const std::string secret = "the-secret-half";
 
 /// A person who runs `halvo setup` and types.
-struct Setup : TestServices {
-    explicit Setup(const std::string& typed, std::map<std::string, std::string> variables = {})
+struct Newcomer : TestServices {
+    explicit Newcomer(const std::string& typed, std::map<std::string, std::string> variables = {})
         : TestServices(std::move(variables), test::personsTerminal(), typed) {
         writeDemoApp(folder);
     }
@@ -41,8 +41,8 @@ struct Setup : TestServices {
 constexpr const char* downAndEnter = "\x1b[B\r";
 
 TEST(SetupPrompts, askForEverythingOfABucket) {
-    Setup setup("Demo.app\r" + std::string(downAndEnter) +
-                "bucket\reu-central-1\rhttps://dl.example.com\r\r" + "apps/x\rAKIA\r" + secret + "\r");
+    Newcomer setup("Demo.app\r" + std::string(downAndEnter) +
+                   "bucket\reu-central-1\rhttps://dl.example.com\r\r" + "apps/x\rAKIA\r" + secret + "\r");
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(setup.folder.path());
     const int status = runCommand(setup, {"setup"});
@@ -78,7 +78,7 @@ struct ImportCase {
 class SparkleKeyImport : public testing::TestWithParam<ImportCase> {};
 
 TEST_P(SparkleKeyImport, isAskedFor) {
-    Setup setup(GetParam().typed);
+    Newcomer setup(GetParam().typed);
     const std::string toolKey = encodeBase64(Bytes(32, 't'));
     setup.keychainItems.add({.service = "https://sparkle-project.org",
                              .account = "ed25519",

@@ -89,8 +89,11 @@ public:
     Slot reserve() const;
     /// Waits until nobody else changes the device; absent when it is not attached any more.
     std::optional<Slot> lock(const std::string& device) const;
+    /// Leaves nothing of the folder when no image is attached any more.
+    void removeUnusedFolder() const;
 
 private:
+    FileLock lockRegistry() const;
     std::vector<std::string> devices() const;
     std::filesystem::path folder;
 };
