@@ -141,15 +141,15 @@ INSTANTIATE_TEST_SUITE_P(
                   "halvo setup"}),
     CaseName());
 
-struct UnavailableCase {
+struct RecordsCase {
     const char* name;
     Arguments arguments;
     const char* message;
 };
 
-class Unavailable : public ProgramTest, public testing::WithParamInterface<UnavailableCase> {};
+class NotAdministered : public ProgramTest, public testing::WithParamInterface<RecordsCase> {};
 
-TEST_P(Unavailable, failsAndSaysSo) {
+TEST_P(NotAdministered, failsAndSaysWhere) {
     const Outcome refused = run(GetParam().arguments);
     EXPECT_EQ(refused.status, 1);
     EXPECT_THAT(refused.output, IsEmpty());
@@ -157,16 +157,16 @@ TEST_P(Unavailable, failsAndSaysSo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    CommandLine, Unavailable,
+    CommandLine, NotAdministered,
     testing::Values(
-        UnavailableCase{"products",
-                        {"products"},
-                        "This build of Halvo does not administer products. Use the service's website, "
-                        "https://halvo.example, instead."},
-        UnavailableCase{"licenses",
-                        {"licenses"},
-                        "This build of Halvo does not administer licenses. Use the service's website, "
-                        "https://halvo.example, instead."}),
+        RecordsCase{"products",
+                    {"products"},
+                    "This build of Halvo does not administer products. Use the service's website, "
+                    "https://halvo.example, instead."},
+        RecordsCase{"licenses",
+                    {"licenses"},
+                    "This build of Halvo does not administer licenses. Use the service's website, "
+                    "https://halvo.example, instead."}),
     CaseName());
 
 } // namespace

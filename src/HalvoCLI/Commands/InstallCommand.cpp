@@ -1,6 +1,6 @@
 #include "CLIInstallLocator.h"
 #include "Commands/Commands.h"
-#include "Commands/FailureLine.h"
+#include "Output/FailureReport.h"
 #include "Services.h"
 
 #include <Platform/Files.h>

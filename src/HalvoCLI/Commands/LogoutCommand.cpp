@@ -1,6 +1,6 @@
 #include "Commands/Commands.h"
-#include "Commands/FailureLine.h"
 #include "DependencyContainer.h"
+#include "Output/FailureReport.h"
 #include "Services.h"
 
 namespace halvo {

@@ -1,5 +1,5 @@
 #include "Commands/Commands.h"
-#include "Commands/Unavailable.h"
+#include "Commands/NotAdministered.h"
 
 namespace halvo {
 namespace {

@@ -1,7 +1,7 @@
 #include "Commands/AccountPrompts.h"
 #include "Commands/Commands.h"
-#include "Commands/FailureLine.h"
 #include "DependencyContainer.h"
+#include "Output/FailureReport.h"
 #include "Services.h"
 
 namespace halvo {

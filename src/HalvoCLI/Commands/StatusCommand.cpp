@@ -1,7 +1,7 @@
 #include "CLIInstallLocator.h"
 #include "Commands/Commands.h"
-#include "Commands/FailureLine.h"
 #include "DependencyContainer.h"
+#include "Output/FailureReport.h"
 #include "Services.h"
 
 namespace halvo {

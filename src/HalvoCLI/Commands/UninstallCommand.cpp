@@ -1,5 +1,5 @@
 #include "Commands/Commands.h"
-#include "Commands/FailureLine.h"
+#include "Output/FailureReport.h"
 #include "Services.h"
 
 #include <Platform/Files.h>

@@ -37,8 +37,7 @@ protected:
             return ProcessResult{};
         });
     }
-    int run(Arguments arguments) {
-        arguments.insert(arguments.begin(), "halvo");
+    int run(const Arguments& arguments) {
         const auto root = makeRootCommand();
         const ParsedCommandLine parsed = parseCommandLine(*root, "1.0", arguments);
         try {

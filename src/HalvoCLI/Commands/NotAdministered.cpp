@@ -1,14 +1,10 @@
-#include "Commands/Unavailable.h"
+#include "Commands/NotAdministered.h"
+
+#include "CommandLine/Command.h"
 
 #include <Models/ServiceAddresses.h>
 
 namespace halvo {
-
-void reportUnavailable(Services& services, std::string_view command) {
-    services.makeTerminal()->printError(TerminalText::danger(
-        "`halvo " + std::string(command) + "` is not available in this version of Halvo yet."));
-    throw ExitCode{ExitCode::failure};
-}
 
 void reportNotAdministered(Services& services, std::string_view records) {
     services.makeTerminal()->printError(
