@@ -6,6 +6,7 @@
 #include <Support/TemporaryFolder.h>
 
 #include <cstdlib>
+#include <optional>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -142,25 +143,58 @@ TEST(HTTPFailure, namesAHostThatDoesNotExist) {
     EXPECT_EQ(error.description(), "Could not find the host halvo.invalid.");
 }
 
-TEST(HTTPFailure, aCertificateThatNobodyVouchesForIsInsecure) {
+/// openssl's own server, with a certificate for "localhost" that nobody else vouches for.
+struct TLSServer {
+    /// `script` of /bin/sh starts `openssl s_server` with the options "$@".
+    explicit TLSServer(const std::string& script) {
+        EXPECT_EQ(std::system(("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 "
+                               "-subj /CN=localhost -keyout " +
+                               key + " -out " + certificate + " 2>/dev/null")
+                                  .c_str()),
+                  0);
+        process.emplace(std::vector<std::string>{"sh", "-c", "exec openssl s_server \"$@\" " + script, "sh",
+                                                 "-accept", "127.0.0.1:" + port, "-key", key, "-cert",
+                                                 certificate},
+                        "ACCEPT");
+    }
+    std::string url(const std::string& host) const { return "https://" + host + ":" + port + "/"; }
+
     test::TemporaryFolder folder;
     const std::string key = (folder / "key.pem").string();
     const std::string certificate = (folder / "certificate.pem").string();
-    ASSERT_EQ(std::system(("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 "
-                           "-subj /CN=localhost -keyout " +
-                           key + " -out " + certificate + " 2>/dev/null")
-                              .c_str()),
-              0);
-    const std::string address = "127.0.0.1:" + std::to_string(test::unusedPort());
-    test::ServerProcess server(
-        {"openssl", "s_server", "-www", "-accept", address, "-key", key, "-cert", certificate}, "ACCEPT");
-    const HTTPError error = failureOf({.url = "https://" + address + "/"});
+    const std::string port = std::to_string(test::unusedPort());
+    std::optional<test::ServerProcess> process{};
+};
+
+TEST(HTTPFailure, aCertificateThatNobodyVouchesForIsInsecure) {
+    const TLSServer server("-www");
+    const HTTPError error = failureOf({.url = server.url("127.0.0.1")});
     EXPECT_EQ(error.kind, Kind::insecure);
     EXPECT_THAT(error.description(), HasSubstr("The connection to 127.0.0.1 is not secure: "));
     EXPECT_THAT(error.description(), HasSubstr("self"));
+    EXPECT_EQ(makeSystemHTTPSession(server.certificate)->send({.url = server.url("localhost")}, {}).status,
+              200);
+}
 
-    const std::string sameServer = "https://localhost:" + address.substr(address.find(':') + 1) + "/";
-    EXPECT_EQ(makeSystemHTTPSession(certificate)->send({.url = sameServer}, {}).status, 200);
+TEST(HTTPFailure, aLargeUploadOverTLSIsNotSentWhenTheServerRefusesIt) {
+    test::TemporaryFolder folder;
+    const std::string answer =
+        folder.write("answer", "HTTP/1.1 413 Large\r\nContent-Length: 5\r\nConnection: close\r\n\r\nlarge")
+            .string();
+    const TLSServer server("<" + answer); // which closes right behind it
+    const std::string body(8'000'000, 'x');
+    std::uint64_t sent = 0;
+    const HTTPResponse response =
+        makeSystemHTTPSession(server.certificate)
+            ->send({.method = "POST",
+                    .url = server.url("localhost"),
+                    .body = viewBytes(body),
+                    .hasBody = true,
+                    .progress = [&](std::uint64_t done, std::uint64_t) { sent = done; }},
+                   {});
+    EXPECT_EQ(response.status, 413);
+    EXPECT_EQ(response.text(), "large");
+    EXPECT_EQ(sent, 0U);
 }
 
 struct BadRequestCase {
