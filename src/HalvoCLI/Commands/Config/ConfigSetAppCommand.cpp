@@ -42,21 +42,26 @@ private:
     /// What other users of the machine cannot see in the list of processes: asked for at a terminal,
     /// otherwise the first line of standard input.
     std::string readSecret(const Services& services, Terminal& terminal) const {
-        if (terminal.interactive())
-            return terminal.textPrompt(
-                {.title = wordOf(field), .prompt = "What is the new value?", .secure = true});
-        constexpr std::size_t most = 4096;
+        const std::string secret =
+            terminal.interactive()
+                ? terminal.textPrompt(
+                      {.title = wordOf(field), .prompt = "What is the new value?", .secure = true})
+                : readLine(*services.streams.standardInput, services.platform.cancellation);
+        if (secret.empty())
+            throw Failure("No value was given for " + wordOf(field) + ".");
+        return secret;
+    }
+
+    static std::string readLine(InputSource& input, const std::stop_token& cancellation) {
+        constexpr std::size_t most = 4096; // bytes
         std::string line;
         while (line.size() < most) {
-            const auto read = services.streams.standardInput->read({}, services.platform.cancellation);
+            const auto read = input.read({}, cancellation);
             if (read.kind != InputSource::Read::Kind::byte || read.byte == '\n')
                 break;
             line.push_back(static_cast<char>(read.byte));
         }
-        line = std::string(trimmed(line));
-        if (line.empty())
-            throw Failure("There is no value for " + wordOf(field) + " on standard input.");
-        return line;
+        return std::string(trimmed(line));
     }
 
     void update(DependencyContainer& container) const {

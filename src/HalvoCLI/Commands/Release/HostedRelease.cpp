@@ -25,8 +25,7 @@ std::string unfinishedReleaseHint(const HalvoReleaseUploader& uploader, const Bu
     if (!release)
         return "";
     return "\nThe service holds a record of this release, perhaps without its file, and refuses its version "
-           "again "
-           "until `halvo releases delete " +
+           "again until `halvo releases delete " +
            release->string() + " -b " + bundleInfo.identifier + "` has removed it.";
 }
 
