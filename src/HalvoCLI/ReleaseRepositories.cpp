@@ -53,8 +53,7 @@ std::unique_ptr<ReleaseRepository> resolveReleaseRepository(const std::string& b
                                                             DependencyContainer& services) {
     if (const auto stored = services.localApps().fetchStored(bundleIdentifier))
         return std::make_unique<StoredAppReleases>(*stored, services);
-    if (!services.tokenController().getToken()) // known without asking the service
-        throw CLIError::notAuthenticated();
+    requireToken(services);
     const auto apps = requireLogin([&] { return ServerAppRepository(services.apiClient()).list(); });
     const auto app = std::ranges::find(apps, bundleIdentifier, &ServerApp::bundleIdentifier);
     if (app == apps.end())

@@ -8,4 +8,9 @@ CLIError reportOf(const APIError& error) {
     return {"api_error", "API error: " + error.description()};
 }
 
+void requireToken(DependencyContainer& services) {
+    if (!services.tokenController().getToken())
+        throw CLIError::notAuthenticated();
+}
+
 } // namespace halvo

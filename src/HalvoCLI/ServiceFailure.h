@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DependencyContainer.h"
 #include "Output/CLIError.h"
 
 #include <HalvoAPI/APIError.h>
@@ -11,6 +12,9 @@ namespace halvo {
 /// What a failure of the hosted service is reported as: `not_authenticated` when there is no token or the
 /// service refuses it, else `api_error`.
 CLIError reportOf(const APIError& error);
+
+/// Throws the CLIError `not_authenticated` when there is no token, which is known without asking the service.
+void requireToken(DependencyContainer& services);
 
 /// Gives what `operation` gives. A client that is not authenticated becomes the CLIError `not_authenticated`;
 /// everything else passes through.

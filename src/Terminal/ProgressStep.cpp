@@ -6,6 +6,7 @@
 #include <array>
 #include <condition_variable>
 #include <exception>
+#include <functional>
 #include <optional>
 #include <thread>
 
@@ -21,6 +22,7 @@ constexpr std::array<std::string_view, 10> spinner{"\u280B", "\u2819", "\u2839",
                                                    "\u2834", "\u2826", "\u2827", "\u2807", "\u280F"};
 constexpr std::string_view stillSymbol = "\u2022";
 constexpr auto frameInterval = 80ms;
+constexpr auto waitShownFrom = 500ms;
 constexpr auto plainLineInterval = 10s;
 /// A step that is over sooner needs no count of its seconds.
 constexpr auto elapsedShownFrom = 1s;
@@ -61,9 +63,18 @@ struct RunningStep::State final : StatusLine {
             return;
         }
         screen.show(held, *this);
-        const SignalsBlocked inherited; // signals are for the threads that the program made for them
         if (step.showSpinner)
-            animation = std::jthread([this](const std::stop_token& stop) { animate(stop); });
+            startAnimation([this](const std::stop_token& stop) { animate(screen.hold(), stop); });
+    }
+
+    void beginWait() {
+        if (redraws)
+            startAnimation([this](const std::stop_token& stop) { animateWait(stop); });
+    }
+
+    void startAnimation(std::function<void(const std::stop_token&)> frames) {
+        const SignalsBlocked inherited; // signals are for the threads that the program made for them
+        animation = std::jthread(std::move(frames));
     }
 
     ~State() override {
@@ -74,8 +85,19 @@ struct RunningStep::State final : StatusLine {
         }
     }
 
-    void animate(const std::stop_token& stop) {
+    void animateWait(const std::stop_token& stop) {
         auto held = screen.hold();
+        if (wakeUp.wait_for(held, stop, waitShownFrom, [&] { return stop.stop_requested(); }))
+            return;
+        try {
+            screen.show(held, *this);
+        } catch (const OutputError&) {
+            return; // the result, which comes next, tells of an output that is gone
+        }
+        animate(std::move(held), stop);
+    }
+
+    void animate(Screen::Hold held, const std::stop_token& stop) {
         while (!wakeUp.wait_for(held, stop, frameInterval, [&] { return stop.stop_requested(); })) {
             ++frame;
             try {
@@ -155,6 +177,11 @@ struct RunningStep::State final : StatusLine {
 RunningStep::RunningStep(Screen& screen, const ProgressStep& step)
     : state(std::make_unique<State>(screen, step)) {
     state->begin();
+}
+
+RunningStep::RunningStep(Screen& screen, const TerminalText& message)
+    : state(std::make_unique<State>(screen, ProgressStep{.message = message})) {
+    state->beginWait();
 }
 
 RunningStep::~RunningStep() = default;

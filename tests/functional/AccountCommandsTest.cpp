@@ -114,7 +114,7 @@ TEST_F(AccountCommands, theTokenOfTheEnvironmentNamesItsOwnAccount) {
     EXPECT_EQ(call({"whoami"}, {{"HALVO_TOKEN", token}}).output,
               "Name:   Bob\nEmail:  bob-" + lowercased(email) + "\n");
     EXPECT_EQ(call({"whoami"}, {{"HALVO_TOKEN", "no such token"}}).output,
-              "Failed to refresh: You are not logged in, or your login has expired.\n");
+              "Failed to refresh: You are not logged in, or your login has expired.\n" + stored);
     EXPECT_EQ(call({"whoami"}, {{"HALVO_TOKEN", ""}}).output, stored);
 }
 

@@ -141,8 +141,9 @@ TEST_P(SigningLadder, archivesAnewWithWhatMayProvideAProfile) {
     const Arguments signing(calls[1].begin() + 6, calls[1].end() - 1);
     ASSERT_THAT(signing, SizeIs(row.signing.size()));
     for (std::size_t index = 0; index < signing.size(); ++index)
-        if (!row.signing[index].empty())
+        if (!row.signing[index].empty()) {
             EXPECT_EQ(signing[index], row.signing[index]);
+        }
 }
 
 constexpr const char* withProfile =

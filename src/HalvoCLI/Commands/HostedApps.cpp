@@ -6,11 +6,12 @@
 
 namespace halvo {
 
-std::optional<std::vector<ServerApp>> listHostedApps(DependencyContainer& services) {
+std::optional<std::vector<ServerApp>> listHostedApps(DependencyContainer& services, Terminal& terminal) {
     if (!services.tokenController().getToken())
         return std::nullopt;
     try {
-        return ServerAppRepository(services.apiClient()).list();
+        return terminal.wait("Fetching your apps",
+                             [&] { return ServerAppRepository(services.apiClient()).list(); });
     } catch (const APIError& error) {
         if (error.is<APIError::Unauthorized>())
             return std::nullopt;

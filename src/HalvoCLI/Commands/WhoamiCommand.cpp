@@ -18,29 +18,33 @@ public:
         const auto terminal = services.makeTerminal();
         reportingFailure(*terminal, "", [&] {
             DependencyContainer container(services.platform);
-            if (container.tokenController().hasEnvironmentToken())
-                showOwnerOfToken(*terminal, container.apiClient());
-            else
-                showStoredUser(*terminal, container.authController());
+            AuthController& account = container.authController();
+            if (container.tokenController().hasEnvironmentToken()) {
+                if (showOwnerOfToken(*terminal, container.apiClient()))
+                    return;
+            } else if (account.state().user() == nullptr) {
+                terminal->warning(
+                    {{.message = "Not logged in",
+                      .nextSteps = {"Run " + TerminalText::command("halvo login") + " to authenticate"}}});
+            } else if (refresh) {
+                reportingFailure(*terminal, couldNotRefresh,
+                                 [&] { terminal->wait(asking, [&] { account.fetchUser(); }); });
+            }
+            if (const User* stored = account.state().user())
+                show(*terminal, *stored);
         });
     }
 
 private:
-    /// The stored user says nothing about a token from the environment, and stays as it is.
-    static void showOwnerOfToken(Terminal& terminal, APIClient& client) {
-        reportingFailure(terminal, "Failed to refresh: ", [&] { show(terminal, client.getUser().user()); });
-    }
+    static constexpr const char* couldNotRefresh = "Failed to refresh: ";
+    static constexpr const char* asking = "Asking the service who you are";
 
-    void showStoredUser(Terminal& terminal, AuthController& account) const {
-        if (account.state().user() == nullptr) {
-            terminal.warning(
-                {{.message = "Not logged in",
-                  .nextSteps = {"Run " + TerminalText::command("halvo login") + " to authenticate"}}});
-            return;
-        }
-        if (refresh)
-            reportingFailure(terminal, "Failed to refresh: ", [&] { account.fetchUser(); });
-        show(terminal, *account.state().user());
+    /// Whether the service told. The stored user says nothing about a token from the environment, and stays
+    /// as it is.
+    static bool showOwnerOfToken(Terminal& terminal, APIClient& client) {
+        return reportingFailure(terminal, couldNotRefresh, [&] {
+            show(terminal, terminal.wait(asking, [&] { return client.getUser().user(); }));
+        });
     }
 
     static void show(Terminal& terminal, const User& user) {

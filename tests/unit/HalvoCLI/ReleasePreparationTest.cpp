@@ -24,9 +24,10 @@ class ExportEscalation : public testing::TestWithParam<EscalationRow> {};
 TEST_P(ExportEscalation, triesTheKeyWhereItCanAdd) {
     const auto signing = escalatedExportSigning(GetParam().after, GetParam().credentials);
     ASSERT_EQ(signing.has_value(), GetParam().escalates);
-    if (signing)
+    if (signing) {
         EXPECT_EQ(std::get<Signing::Automatic>(signing->value).authentication,
                   (ASCAuthenticationKey{"KEY1", "issuer", {}}));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -109,25 +109,66 @@ TEST(HTTPFailure, namesAHostThatDoesNotExist) {
     EXPECT_EQ(error.description(), "Could not find the host halvo.invalid.");
 }
 
-TEST(HTTPFailure, aCertificateThatNobodyVouchesForIsInsecure) {
+/// A certificate for "localhost" that nobody else vouches for.
+struct OwnCertificate {
+    OwnCertificate() {
+        EXPECT_EQ(std::system(("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 "
+                               "-subj /CN=localhost -keyout " +
+                               key + " -out " + certificate + " 2>/dev/null")
+                                  .c_str()),
+                  0);
+    }
     test::TemporaryFolder folder;
     const std::string key = (folder / "key.pem").string();
     const std::string certificate = (folder / "certificate.pem").string();
-    ASSERT_EQ(std::system(("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 "
-                           "-subj /CN=localhost -keyout " +
-                           key + " -out " + certificate + " 2>/dev/null")
-                              .c_str()),
-              0);
-    const std::string address = "127.0.0.1:" + std::to_string(test::unusedPort());
-    test::ServerProcess server(
-        {"openssl", "s_server", "-www", "-accept", address, "-key", key, "-cert", certificate}, "ACCEPT");
-    const HTTPError error = failureOf({.url = "https://" + address + "/"});
+};
+
+TEST(HTTPFailure, aCertificateThatNobodyVouchesForIsInsecure) {
+    const OwnCertificate own;
+    const std::string port = std::to_string(test::unusedPort());
+    test::ServerProcess server({"openssl", "s_server", "-www", "-accept", "127.0.0.1:" + port, "-key",
+                                own.key, "-cert", own.certificate},
+                               "ACCEPT");
+    const HTTPError error = failureOf({.url = "https://127.0.0.1:" + port + "/"});
     EXPECT_EQ(error.kind, Kind::insecure);
     EXPECT_THAT(error.description(), HasSubstr("The connection to 127.0.0.1 is not secure: "));
     EXPECT_THAT(error.description(), HasSubstr("self"));
+    const auto session = makeSystemHTTPSession(own.certificate);
+    EXPECT_EQ(session->send({.url = "https://localhost:" + port + "/"}, {}).status, 200);
+}
 
-    const std::string sameServer = "https://localhost:" + address.substr(address.find(':') + 1) + "/";
-    EXPECT_EQ(makeSystemHTTPSession(certificate)->send({.url = sameServer}, {}).status, 200);
+// Reads the header of one request, waits for more, refuses and closes; its answer tells whether more came.
+constexpr const char* refusingServer = R"(
+import socket, ssl, sys
+context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+context.load_cert_chain(sys.argv[2], sys.argv[1])
+listening = socket.create_server(("127.0.0.1", 0))
+print("ready", listening.getsockname()[1], flush=True)
+client = context.wrap_socket(listening.accept()[0], server_side=True)
+header = b""
+while b"\r\n\r\n" not in header:
+    header += client.recv(4096)
+client.settimeout(0.2)
+try:
+    came = client.recv(1)
+except TimeoutError:
+    came = b""
+client.sendall(b"HTTP/1.1 413 Large\r\nContent-Length: 4\r\n\r\n" + (b"body" if came else b"none"))
+client.close()
+)";
+
+TEST(HTTPFailure, aLargeUploadOverTLSIsNotSentWhenTheServerRefusesIt) {
+    const OwnCertificate own;
+    test::ServerProcess server({"python3", "-c", refusingServer, own.key, own.certificate}, "ready ");
+    const std::string body(8'000'000, 'x');
+    const HTTPResponse response = makeSystemHTTPSession(own.certificate)
+                                      ->send({.method = "POST",
+                                              .url = "https://localhost:" + server.announcement() + "/",
+                                              .body = viewBytes(body),
+                                              .hasBody = true},
+                                             {});
+    EXPECT_EQ(response.status, 413);
+    EXPECT_EQ(response.text(), "none");
 }
 
 TEST(BadRequests, areRefusedBeforeAnythingIsSent) {

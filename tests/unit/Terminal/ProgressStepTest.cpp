@@ -169,6 +169,27 @@ TEST_F(ProgressStepOnATerminal, doesNotTearLinesOfOtherThreads) {
     EXPECT_EQ(next, (std::map<std::string, int>{{"first", count}, {"second", count}, {"third", count}}));
 }
 
+TEST_F(ProgressStepOnATerminal, showsAWaitThatIsLongAndLeavesNothing) {
+    EXPECT_EQ(terminal.wait("Fetching", [] { return 1; }), 1);
+    EXPECT_EQ(pseudoTerminal.screen(), "");
+    EXPECT_EQ(terminal.wait("Fetching",
+                            [&] {
+                                pseudoTerminal.expectToSee("Fetching");
+                                return 2;
+                            }),
+              2);
+    terminal.print("result");
+    pseudoTerminal.expectToSee("result");
+    pseudoTerminal.expectScreen("result");
+    pseudoTerminal.expectCursor();
+}
+
+TEST(ProgressStepInAPipe, hasNothingOfAWait) {
+    BufferTerminal buffers;
+    EXPECT_THROW(buffers.terminal.wait("Fetching", [] { throw CancelledError(); }), CancelledError);
+    EXPECT_EQ(buffers.output->text + buffers.error->text, "");
+}
+
 TEST(ProgressStepOnABrokenTerminal, failsInsteadOfGoingOnUnseen) {
     class BrokenOutput final : public OutputPipeline {
     public:

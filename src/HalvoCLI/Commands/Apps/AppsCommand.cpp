@@ -26,7 +26,7 @@ private:
         TerminalText whenNone =
             "No apps found. Run " + TerminalText::command("halvo setup") + " to get started.";
         try {
-            if (const auto hosted = listHostedApps(container)) {
+            if (const auto hosted = listHostedApps(container, terminal)) {
                 for (const ServerApp& app : *hosted)
                     apps.push_back({app});
             } else {

@@ -44,7 +44,8 @@ public:
 private:
     /// Absent when the person chooses neither of two.
     std::optional<AppTarget> chooseTarget(DependencyContainer& container, Terminal& terminal) const {
-        const auto account = withFailurePrefix(couldNotDelete, [&] { return listHostedApps(container); });
+        const auto account =
+            withFailurePrefix(couldNotDelete, [&] { return listHostedApps(container, terminal); });
         const ServerApp* hosted = account ? findApp(*account, bundleId) : nullptr;
         const auto stored = container.localApps().fetchStored(bundleId);
         if (hosted != nullptr && stored)
@@ -79,7 +80,9 @@ private:
 
     void remove(const AppTarget& target, DependencyContainer& container, Terminal& terminal) const {
         if (const auto* hosted = std::get_if<ServerApp>(&target.value)) {
-            requireLogin([&] { ServerAppRepository(container.apiClient()).remove(*hosted); });
+            terminal.wait("Deleting the app", [&] {
+                requireLogin([&] { ServerAppRepository(container.apiClient()).remove(*hosted); });
+            });
             terminal.print("Deleted Halvo-hosted app " + hosted->name);
             return;
         }

@@ -27,11 +27,13 @@ public:
         const std::vector<std::string> words = allConfigWords<Field>();
         arguments.typedPositional<Field>("field", field, "Field to set (" + joined(words, ", ") + ")",
                                          parseConfigWord<Field>, words);
-        arguments.positional("value", value, "Value to set");
+        arguments.positional("value", value, valueHelp());
         arguments.requiredOption("-b,--bundle-id", bundleId, bundleIdHelp);
     }
 
 protected:
+    virtual std::string valueHelp() const { return "Value to set"; }
+
     Field field{};
     std::string value{};
     std::string bundleId{};

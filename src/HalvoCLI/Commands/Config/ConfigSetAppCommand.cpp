@@ -1,5 +1,6 @@
 #include "Commands/BooleanValue.h"
 #include "Commands/Config/ConfigCommands.h"
+#include "Commands/Config/MaskedSecret.h"
 #include "DependencyContainer.h"
 #include "Output/FailureReport.h"
 #include "Services.h"
@@ -20,13 +21,54 @@ public:
         const auto terminal = services.makeTerminal();
         DependencyContainer container(services.platform);
         endingOnFailure(*terminal, ExitCode::failure, [&] {
-            const UpdateAppRequest request = makeRequest(fetchApp(container).id);
-            withFailurePrefix(couldNotUpdate, [&] { container.apiClient().updateApp(request); });
-            terminal->print("Set app." + wordOf(field) + " to " + value);
+            if (isSecret() && value == "-")
+                value = readSecret(services, *terminal);
+            terminal->wait("Updating the app", [&] { update(container); });
+            // A secret never reaches an output, not even that of the person who typed it.
+            terminal->print("Set app." + wordOf(field) + " to " + (isSecret() ? masked(value) : value));
         });
     }
 
+protected:
+    std::string valueHelp() const override {
+        return "Value to set; for a secret, - reads it from standard input";
+    }
+
 private:
+    bool isSecret() const {
+        return field == AppField::stripeSecretKey || field == AppField::stripeWebhookSecret;
+    }
+
+    /// What other users of the machine cannot see in the list of processes: asked for at a terminal,
+    /// otherwise the first line of standard input.
+    std::string readSecret(const Services& services, Terminal& terminal) const {
+        const std::string secret =
+            terminal.interactive()
+                ? terminal.textPrompt(
+                      {.title = wordOf(field), .prompt = "What is the new value?", .secure = true})
+                : readLine(*services.streams.standardInput, services.platform.cancellation);
+        if (secret.empty())
+            throw Failure("No value was given for " + wordOf(field) + ".");
+        return secret;
+    }
+
+    static std::string readLine(InputSource& input, const std::stop_token& cancellation) {
+        constexpr std::size_t most = 4096; // bytes
+        std::string line;
+        while (line.size() < most) {
+            const auto read = input.read({}, cancellation);
+            if (read.kind != InputSource::Read::Kind::byte || read.byte == '\n')
+                break;
+            line.push_back(static_cast<char>(read.byte));
+        }
+        return std::string(trimmed(line));
+    }
+
+    void update(DependencyContainer& container) const {
+        const UpdateAppRequest request = makeRequest(fetchApp(container).id);
+        withFailurePrefix(couldNotUpdate, [&] { container.apiClient().updateApp(request); });
+    }
+
     ServerApp fetchApp(DependencyContainer& container) const {
         const std::string notFound = "App not found: " + bundleId;
         const std::string notLoggedIn = notFound + "\n" + CLIError::notAuthenticated().description();

@@ -1,9 +1,9 @@
 #include "Commands/Config/ConfigCommands.h"
+#include "Commands/Config/MaskedSecret.h"
 #include "DependencyContainer.h"
 #include "Output/FailureReport.h"
 #include "Services.h"
 
-#include <Base/Unicode.h>
 #include <HalvoAPI/ServerURL.h>
 #include <HalvoCore/ServerAppRepository.h>
 
@@ -21,15 +21,6 @@ TerminalText orNote(const std::optional<URL>& value, const char* note) {
 }
 
 const char* wordOf(bool value) { return value ? "true" : "false"; }
-
-/// Enough of a secret to tell two apart, and of no use to anybody else.
-TerminalText masked(const std::optional<std::string>& secret) {
-    constexpr std::size_t shown = 4;
-    if (!secret || secret->empty())
-        return TerminalText::muted("(none)");
-    const bool isLong = secret->size() >= 4 * shown && displayWidth(*secret) == secret->size();
-    return "\u2022\u2022\u2022\u2022" + (isLong ? secret->substr(secret->size() - shown) : std::string());
-}
 
 std::optional<KeyValueRows> releaseRows(const std::optional<ReleaseSettings>& settings) {
     if (!settings)
@@ -60,8 +51,8 @@ KeyValueRows appRows(const ServerApp& app, const URL& service) {
     return {{"appcast-url", app.appcastURL.absoluteString()},
             {"custom-domain", orNote(app.customDomain, "(none)")},
             {"release-notes-url", orNote(app.fullReleaseNotesURL, "(none)")},
-            {"stripe-secret-key", masked(app.stripeSecretKey)},
-            {"stripe-webhook-secret", masked(app.stripeWebhookSecret)},
+            {"stripe-secret-key", orNote(std::optional(masked(app.stripeSecretKey)), "(none)")},
+            {"stripe-webhook-secret", orNote(std::optional(masked(app.stripeWebhookSecret)), "(none)")},
             {"stripe-managed-payments", wordOf(app.stripeManagedPayments)},
             {"stripe-webhook-url", webhook.absoluteString()}};
 }
@@ -92,7 +83,7 @@ public:
                 show(*terminal, "S3 Settings", s3Rows(container.localApps().fetchStored(bundleId)),
                      "Not configured");
             if (isChosen(ConfigSection::app))
-                show(*terminal, "App Settings (Halvo-hosted)", hostedRows(container),
+                show(*terminal, "App Settings (Halvo-hosted)", hostedRows(container, *terminal),
                      "Not an Halvo-hosted app or not logged in");
         });
     }
@@ -110,12 +101,15 @@ private:
     }
 
     /// Absent whatever keeps the app from being fetched: a person who hosts elsewhere need not be online.
-    std::optional<KeyValueRows> hostedRows(DependencyContainer& container) const {
+    std::optional<KeyValueRows> hostedRows(DependencyContainer& container, Terminal& terminal) const {
         if (!container.tokenController().getToken())
             return std::nullopt;
         const URL service = serverURL(container.platform().environment);
         try {
-            return appRows(ServerAppRepository(container.apiClient()).fetch(bundleId), service);
+            return appRows(
+                terminal.wait("Fetching the app",
+                              [&] { return ServerAppRepository(container.apiClient()).fetch(bundleId); }),
+                service);
         } catch (const CancelledError&) {
             throw;
         } catch (const Failure&) {

@@ -24,8 +24,8 @@ std::string unfinishedReleaseHint(const HalvoReleaseUploader& uploader, const Bu
     const auto& release = uploader.unfinishedRelease();
     if (!release)
         return "";
-    return "\nThe service holds this release without its file, and refuses its version again until `halvo "
-           "releases delete " +
+    return "\nThe service holds a record of this release, perhaps without its file, and refuses its version "
+           "again until `halvo releases delete " +
            release->string() + " -b " + bundleInfo.identifier + "` has removed it.";
 }
 

@@ -7,6 +7,7 @@
 #include "Commands/Release/ReleaseResults.h"
 #include "Commands/Release/ReleasedBuilds.h"
 #include "DependencyContainer.h"
+#include "ServiceFailure.h"
 
 #include <HalvoCore/AppcastReleaseUploader.h>
 #include <HalvoCore/S3AppcastStorage.h>
@@ -231,7 +232,10 @@ void ReleaseFlow::publishToService(const ImportedBundle& imported, const Release
                                    const PrivateKey& key) {
     const BundleInfo& info = imported.bundleInfo();
     DependencyContainer services(platform);
-    HalvoReleaseUploader uploader(services.apiClient(), findHostedApp(services.apiClient(), info),
+    requireToken(services);
+    const ServerApp app =
+        context.noora().wait("Fetching your apps", [&] { return findHostedApp(services.apiClient(), info); });
+    HalvoReleaseUploader uploader(services.apiClient(), app,
                                   IconConverter(platform.images, platform.temporaryDirectory),
                                   uploadProgress());
     try {

@@ -23,8 +23,8 @@ std::string releaseStatus(const Release& release) {
 }
 
 Table releaseTable(const std::vector<Release>& releases) {
-    Table table{.columns = {{.header = "Version"},
-                            {.header = "Status"},
+    Table table{.columns = {{.header = "Version", .overflow = ColumnOverflow::wraps},
+                            {.header = "Status", .overflow = ColumnOverflow::wraps},
                             {.header = "Date"},
                             {.header = "ID", .overflow = ColumnOverflow::keeps}}};
     for (const Release& release : releases)

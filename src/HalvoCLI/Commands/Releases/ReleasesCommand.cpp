@@ -22,8 +22,9 @@ public:
         const auto terminal = services.makeTerminal();
         DependencyContainer container(services.platform);
         endingOnFailure(*terminal, ExitCode::failure, [&] {
-            const std::vector<Release> releases = withFailurePrefix(
-                "Failed to fetch releases: ", [&] { return fetchReleases(bundleId, container); });
+            const std::vector<Release> releases = withFailurePrefix("Failed to fetch releases: ", [&] {
+                return terminal->wait(fetchingReleases, [&] { return fetchReleases(bundleId, container); });
+            });
             if (releases.empty())
                 terminal->print("No releases found for " + bundleId);
             else
@@ -62,9 +63,12 @@ UUID parseReleaseID(const std::string& text) {
 }
 
 std::optional<FoundRelease> findRelease(const UUID& id, const std::string& bundleIdentifier,
-                                        DependencyContainer& services) {
-    auto repository = resolveReleaseRepository(bundleIdentifier, services);
-    std::vector<Release> releases = repository->list();
+                                        DependencyContainer& services, Terminal& terminal) {
+    std::unique_ptr<ReleaseRepository> repository;
+    std::vector<Release> releases = terminal.wait(fetchingReleases, [&] {
+        repository = resolveReleaseRepository(bundleIdentifier, services);
+        return repository->list();
+    });
     const auto found = std::ranges::find(releases, id, &Release::id);
     if (found == releases.end())
         return std::nullopt;

@@ -5,6 +5,7 @@
 #include "DependencyContainer.h"
 
 #include <HalvoCore/ReleaseRepository.h>
+#include <Terminal/Terminal.h>
 
 #include <memory>
 #include <optional>
@@ -26,7 +27,10 @@ UUID parseReleaseID(const std::string& text);
 
 /// Looks a release of an app up. Throws as `fetchReleases` does.
 std::optional<FoundRelease> findRelease(const UUID& id, const std::string& bundleIdentifier,
-                                        DependencyContainer& services);
+                                        DependencyContainer& services, Terminal& terminal);
+
+/// What the terminal shows while releases are on their way.
+inline constexpr const char* fetchingReleases = "Fetching the releases";
 
 /// What is said of a release that `findRelease` did not find.
 Failure releaseNotFound(const UUID& id, const std::string& bundleIdentifier);

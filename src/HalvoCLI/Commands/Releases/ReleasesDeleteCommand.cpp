@@ -26,8 +26,8 @@ public:
 private:
     void remove(DependencyContainer& container, Terminal& terminal) const {
         const UUID releaseID = parseReleaseID(id);
-        const auto found =
-            withFailurePrefix(couldNotDelete, [&] { return findRelease(releaseID, bundleId, container); });
+        const auto found = withFailurePrefix(
+            couldNotDelete, [&] { return findRelease(releaseID, bundleId, container, terminal); });
         if (!found)
             throw releaseNotFound(releaseID, bundleId);
         const std::string version = found->release.versionDescription();
@@ -37,7 +37,9 @@ private:
             terminal.print("Cancelled.");
             return;
         }
-        withFailurePrefix(couldNotDelete, [&] { found->repository->remove(found->release); });
+        withFailurePrefix(couldNotDelete, [&] {
+            terminal.wait("Deleting the release", [&] { found->repository->remove(found->release); });
+        });
         terminal.print("Deleted release " + version);
     }
 

@@ -66,9 +66,10 @@ private:
         const UUID releaseID = parseReleaseID(id);
         const ReleaseChanges changes = readChanges();
         const bool updated = withFailurePrefix("Failed to update release: ", [&] {
-            const auto found = findRelease(releaseID, bundleId, container);
+            const auto found = findRelease(releaseID, bundleId, container, terminal);
             if (found)
-                found->repository->update(changes.appliedTo(found->release));
+                terminal.wait("Updating the release",
+                              [&] { found->repository->update(changes.appliedTo(found->release)); });
             return found.has_value();
         });
         if (!updated)

@@ -69,7 +69,7 @@ bool SetupFlow::isSetUp(const BundleInfo& app) {
         return true;
     }
     try {
-        const auto hosted = listHostedApps(services);
+        const auto hosted = listHostedApps(services, terminal);
         const ServerApp* registered = hosted ? findApp(*hosted, app.identifier) : nullptr;
         if (registered != nullptr)
             terminal.print("App \"" + registered->name + "\" is already registered on Halvo.");

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds connectLimit{30'000};
 constexpr long uploadBufferSize = 512L * 1024;
+constexpr std::size_t askFirstFrom = std::size_t{1} << 20;
 /// How long one wait lasts when nothing happens; cancellation and time limits end it earlier.
 constexpr int longestWait = 1000;
 
@@ -164,9 +165,16 @@ void CurlExchange::configureHeaders() {
         append(trimmed(value).empty() ? name + ";" : joined({name, value}, ": "));
         givesExpect = givesExpect || lowercased(name) == "expect";
     }
-    if (!givesExpect)
-        append("Expect:");
+    if (!givesExpect && !asksBeforeBody())
+        append("Expect:"); // libcurl asks before every body otherwise
     set(connections.easy.get(), CURLOPT_HTTPHEADER, headers.get());
+}
+
+/// A server that refuses an upload and closes while we still send takes its answer with it under TLS. One
+/// that is asked first ("Expect: 100-continue") refuses before anything was sent; for a server that does not
+/// know this, libcurl waits one second.
+bool CurlExchange::asksBeforeBody() const {
+    return authority.scheme == "https" && request.body.size() >= askFirstFrom;
 }
 
 HTTPResponse CurlExchange::run(const std::stop_token& cancellation) {

@@ -31,6 +31,7 @@ private:
     static constexpr std::size_t maximumHeaderSize = std::size_t{1} << 20;
 
     bool sendsBody() const { return request.hasBody || !request.body.empty(); }
+    bool asksBeforeBody() const;
     void configure();
     void configureHeaders();
     void configureBody();

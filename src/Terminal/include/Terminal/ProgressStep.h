@@ -29,10 +29,13 @@ public:
     virtual void progress(std::uint64_t done, std::uint64_t total) = 0;
 };
 
-/// A step under way: made by Terminal::progressStep. Its line, its thread and the hidden cursor end with it.
+/// A step under way: made by Terminal::progressStep and Terminal::wait. Its line, its thread and the hidden
+/// cursor end with it.
 class RunningStep final : public ProgressUpdater {
 public:
     RunningStep(Screen& screen, const ProgressStep& step);
+    /// A wait of which nothing stays: on a terminal a line appears after half a second, elsewhere none does.
+    RunningStep(Screen& screen, const TerminalText& message);
     RunningStep(const RunningStep&) = delete;
     RunningStep& operator=(const RunningStep&) = delete;
     ~RunningStep() override;

@@ -100,6 +100,15 @@ public:
         }
     }
 
+    /// Runs `task()` on this thread. Should it take over half a second, a terminal on standard error shows
+    /// `message` until it is over; nothing of it stays, and other outputs get none of it. For short requests
+    /// whose answer is the result. Gives what the task gives; its failure passes through unchanged.
+    template<typename Task>
+    std::invoke_result_t<Task&> wait(const TerminalText& message, Task&& task) {
+        const RunningStep running(*screen, message);
+        return task();
+    }
+
 private:
     std::unique_ptr<Screen> screen;
     std::shared_ptr<InputSource> input;
