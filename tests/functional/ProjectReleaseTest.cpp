@@ -4,7 +4,6 @@
 #include <Base/Text.h>
 #include <Platform/PropertyList.h>
 #include <Support/CaseName.h>
-#include <Support/ScriptedTools.h>
 #include <Support/Shell.h>
 #include <Support/TestData.h>
 
@@ -37,8 +36,7 @@ class ProjectRelease : public ReleaseTest {
 protected:
     ProjectRelease() {
         std::filesystem::create_directories(work / "Demo.xcodeproj");
-        variables.merge(tools.programVariables());
-        makeToolRoot();
+        useTools(tools);
         secrets.emplace_back("p8 key");
         folder.write("work/Demo.provisionprofile", "signed profile");
     }
@@ -48,15 +46,6 @@ protected:
         Arguments all{"Demo.xcodeproj", "--scheme", "Demo", "--skip-notarization", "--output", "out"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return release(all, changes);
-    }
-
-    /// The scripted tools, and real ones for what goes into a disk image.
-    void makeToolRoot() {
-        script("mkdir -p ../root/bin; cp -R \"$1/usr\" ../root; ln -sf \"$1/scripted_tool\" ../root; "
-               "ln -s \"$2/usr/bin/hdiutil\" \"$2/usr/bin/SetFile\" ../root/usr/bin; ln -s /bin/chmod "
-               "../root/bin",
-               {variables.at("HALVO_TOOL_ROOT"), HALVO_TOOLBOX});
-        variables["HALVO_TOOL_ROOT"] = folder / "root";
     }
 
     /// Makes `security` open every profile as this one.
