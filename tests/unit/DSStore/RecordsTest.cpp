@@ -56,14 +56,5 @@ TEST(Records, tellsNamesApartExactly) {
     EXPECT_EQ(DSStore::read(store.serialize()).size(), 3u);
 }
 
-TEST(Records, copiesAreIndependent) {
-    DSStore store({location});
-    DSStore copy = store;
-    copy.add(other);
-    store.removeRecords("a");
-    EXPECT_THAT(copy.records(), ElementsAre(location, other));
-    EXPECT_EQ(store, DSStore());
-}
-
 } // namespace
 } // namespace halvo

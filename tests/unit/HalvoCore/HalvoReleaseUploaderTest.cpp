@@ -4,6 +4,7 @@
 #include <HalvoCore/ServerReleaseRepository.h>
 
 #include <Support/DemoApp.h>
+#include <Support/FakeImages.h>
 #include <Support/FaultServer.h>
 #include <Support/Thrown.h>
 
@@ -46,13 +47,6 @@ struct NoToken final : TokenProviding {
     std::optional<std::string> getToken() override { return std::nullopt; }
 };
 
-/// Draws every icon as the same few bytes.
-struct FakeImages final : ImageServices {
-    std::optional<Bytes> renderPNG(ByteView, unsigned size) override {
-        return copyBytes("PNG of " + std::to_string(size));
-    }
-};
-
 struct HostedService {
     explicit HostedService(std::vector<ServerReply> script) : server(std::move(script)) {}
 
@@ -72,7 +66,7 @@ struct HostedService {
     SilentLog log;
     std::unique_ptr<HTTPSession> http = makeSystemHTTPSession();
     APIClient client{*URL::parse(server.url()), token, *http, log};
-    FakeImages images;
+    test::FakeImages images;
     HalvoReleaseUploader uploader{client,
                                   {.id = id,
                                    .name = "Demo",
@@ -129,7 +123,7 @@ TEST(HalvoReleaseUploader, standsWithoutAnIcon) {
     EXPECT_THAT(unreadable.targets(), ElementsAre(createPath, uploadPath));
 
     HostedService refused({releaseReply(), releaseReply(), {.status = 500}});
-    info.appIcon = URL::file(refused.folder.write("icon.png", "picture"));
+    info.appIcon = URL::file(refused.folder.write("icon.icns", "icns..."));
     refused.upload(info);
     EXPECT_THAT(refused.targets(), ElementsAre(createPath, uploadPath, iconPath));
     EXPECT_EQ(refused.server.requests().at(2).header("Content-Type"), "image/png");
@@ -158,7 +152,7 @@ TEST(ServerReleaseRepository, administersTheReleasesOfOneApp) {
 
 TEST(ServerAppRepository, sendsAnIconAndRemovesItsPicture) {
     HostedService service({appReply()});
-    const URL icon = URL::file(service.folder.write("icon.png", "picture"));
+    const URL icon = URL::file(service.folder.write("icon.icns", "icns..."));
     EXPECT_EQ(
         ServerAppRepository(service.client).uploadIcon(id, icon, {service.images, service.folder.path()}).id,
         id);

@@ -1,6 +1,7 @@
 #include <HalvoCore/IconConverter.h>
 
 #include <Platform/Files.h>
+#include <Support/FakeImages.h>
 #include <Support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
@@ -9,20 +10,7 @@ namespace halvo {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Reads no pictures but those that begin with "icns".
-class FakeImages final : public ImageServices {
-public:
-    std::optional<Bytes> renderPNG(ByteView image, unsigned size) override {
-        if (!viewText(image).starts_with("icns"))
-            return std::nullopt;
-        return copyBytes("PNG of " + std::to_string(size));
-    }
-    std::optional<Bytes> renderPNG(const Drawing&, double, double, double) override { return std::nullopt; }
-    bool canDraw(std::string_view) override { return false; }
-    std::optional<ImageProperties> readProperties(ByteView) override { return std::nullopt; }
-    std::optional<Bytes> withDensity(ByteView, PixelDensity) override { return std::nullopt; }
-};
+using test::FakeImages;
 
 TEST(IconConverter, writesAPNGForTheCallerToRemove) {
     const test::TemporaryFolder folder;

@@ -1,6 +1,5 @@
 #include <HalvoNotarization/Codesigner.h>
 
-#include <Support/CaseName.h>
 #include <Support/FakeProcessRunner.h>
 #include <Support/ScriptedTools.h>
 #include <Support/Thrown.h>
@@ -11,56 +10,36 @@
 namespace halvo {
 namespace {
 
-using test::CaseName;
 using test::descriptionThrown;
 using test::ScriptedTools;
 
 const std::string hash = "0123456789ABCDEFabcdef890123456789ABCDEF";
 
-struct IdentityCase {
-    std::string_view name;
-    std::string text;
-    std::vector<CodesignIdentity> identities;
-};
-
-class ParseIdentities : public testing::TestWithParam<IdentityCase> {};
-
-TEST_P(ParseIdentities, readsWhatSecurityPrints) {
-    EXPECT_EQ(Codesigner::parseIdentities(GetParam().text), GetParam().identities);
+TEST(ParseIdentities, readsWhatSecurityPrints) {
+    const struct {
+        std::string_view name;
+        std::string text;
+        std::vector<CodesignIdentity> identities;
+    } cases[] = {
+        {"none", "     0 valid identities found\n", {}},
+        {"parenthesesInTheName",
+         "1) A1 \"ID: Doe (Old) Inc. (X) (TEAM1)\"",
+         {{"A1", "ID: Doe (Old) Inc. (X) (TEAM1)", "TEAM1"}}},
+        {"quotesInTheName", "1) A1 \"ID: \"Doe\" (TEAM1)\"", {{"A1", "ID: \"Doe\" (TEAM1)", "TEAM1"}}},
+        {"noTeam", "1) A1 \"ID: Doe\"", {}},
+        {"revoked",
+         "1) A1 \"ID: Doe (TEAM1)\" (CSSMERR_TP_CERT_REVOKED)\n2) A2 \"ID: Roe (TEAM2)\"",
+         {{"A2", "ID: Roe (TEAM2)", "TEAM2"}}},
+        {"noHash", "1) \"ID: Doe (TEAM1)\"", {}},
+        {"unfinished", "1) A1 \"ID: Doe (TEAM1)", {}},
+        {"windowsBreaks",
+         "1) A1 \"ID: Doe (TEAM1)\"\r\n2) A2 \"ID: Roe (TEAM2)\"\r\n",
+         {{"A1", "ID: Doe (TEAM1)", "TEAM1"}, {"A2", "ID: Roe (TEAM2)", "TEAM2"}}}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(Codesigner::parseIdentities(row.text), row.identities);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Codesigner, ParseIdentities,
-    testing::Values(
-        IdentityCase{"none", "     0 valid identities found\n", {}}, IdentityCase{"nothing", "", {}},
-        IdentityCase{
-            "one",
-            "  1) " + hash +
-                " \"Developer ID Application: Jane Doe (ABCDE12345)\"\n     1 valid identities found\n",
-            {{hash, "Developer ID Application: Jane Doe (ABCDE12345)", "ABCDE12345"}}},
-        IdentityCase{
-            "severalInTheirOrder",
-            " 10) BB \"Apple Development: b@example.com (TEAMB)\"\n 11) AA \"Mac: A (TEAMA)\"",
-            {{"BB", "Apple Development: b@example.com (TEAMB)", "TEAMB"}, {"AA", "Mac: A (TEAMA)", "TEAMA"}}},
-        IdentityCase{"parenthesesInTheName",
-                     "1) A1 \"ID: Doe (Old) Inc. (X) (TEAM1)\"",
-                     {{"A1", "ID: Doe (Old) Inc. (X) (TEAM1)", "TEAM1"}}},
-        IdentityCase{
-            "quotesInTheName", "1) A1 \"ID: \"Doe\" (TEAM1)\"", {{"A1", "ID: \"Doe\" (TEAM1)", "TEAM1"}}},
-        IdentityCase{"lowerCaseTeam", "1) A1 \"ID: Doe (team1)\"", {}},
-        IdentityCase{"emptyTeam", "1) A1 \"ID: Doe ()\"", {}},
-        IdentityCase{"noTeam", "1) A1 \"ID: Doe\"", {}},
-        IdentityCase{"textBehindTheTeam", "1) A1 \"ID: (TEAM1) Doe\"", {}},
-        IdentityCase{"revoked",
-                     "1) A1 \"ID: Doe (TEAM1)\" (CSSMERR_TP_CERT_REVOKED)\n2) A2 \"ID: Roe (TEAM2)\"",
-                     {{"A2", "ID: Roe (TEAM2)", "TEAM2"}}},
-        IdentityCase{"noHash", "1) \"ID: Doe (TEAM1)\"", {}},
-        IdentityCase{"notHexadecimal", "1) XY \"ID: Doe (TEAM1)\"", {}},
-        IdentityCase{"unfinished", "1) A1 \"ID: Doe (TEAM1)", {}},
-        IdentityCase{"windowsBreaks",
-                     "1) A1 \"ID: Doe (TEAM1)\"\r\n2) A2 \"ID: Roe (TEAM2)\"\r\n",
-                     {{"A1", "ID: Doe (TEAM1)", "TEAM1"}, {"A2", "ID: Roe (TEAM2)", "TEAM2"}}}),
-    CaseName());
 
 class CodesignerTest : public testing::Test {
 protected:
@@ -91,31 +70,25 @@ TEST_F(CodesignerTest, signsTheWholeBundleInOneCall) {
                              "--timestamp", "--preserve-metadata=entitlements", app.string()})});
 }
 
-struct FailureCase {
-    std::string_view name;
-    const char* steps;
-    const char* text;
-};
-
-class CodesignFailure : public CodesignerTest, public testing::WithParamInterface<FailureCase> {};
-
-TEST_P(CodesignFailure, carriesWhatTheToolSaid) {
-    tools.script("security find-identity", {GetParam().steps});
-    tools.script("codesign --sign", {GetParam().steps});
-    const std::string text = GetParam().text;
-    EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.availableIdentities(); }),
-              "Failed to discover codesigning identities: " + text);
-    EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.sign(app, "Me"); }),
-              "Codesigning failed: " + text);
+TEST_F(CodesignerTest, carriesWhatAFailedToolSaid) {
+    const struct {
+        std::string_view name;
+        const char* steps;
+        const char* text;
+    } cases[] = {
+        {"withText", R"([{"err": "errSecInternalComponent\n"}, {"exit": 1}])", "errSecInternalComponent"},
+        {"silent", R"([{"out": "not this"}, {"exit": 1}])", "Unknown error"}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        tools.script("security find-identity", {row.steps});
+        tools.script("codesign --sign", {row.steps});
+        const std::string text = row.text;
+        EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.availableIdentities(); }),
+                  "Failed to discover codesigning identities: " + text);
+        EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.sign(app, "Me"); }),
+                  "Codesigning failed: " + text);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Codesigner, CodesignFailure,
-    testing::Values(FailureCase{"withText", R"([{"err": "errSecInternalComponent\n"}, {"exit": 1}])",
-                                "errSecInternalComponent"},
-                    FailureCase{"silent", R"([{"out": "not this"}, {"exit": 1}])", "Unknown error"},
-                    FailureCase{"bySignal", R"([{"signal": 9}])", "Unknown error"}),
-    CaseName());
 
 TEST_F(CodesignerTest, startsNothingForAMissingApp) {
     EXPECT_EQ(descriptionThrown<CodesigningError>([&] { codesigner.sign("/no/such.app", "Me"); }),

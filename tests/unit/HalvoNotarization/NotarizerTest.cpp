@@ -1,7 +1,5 @@
-#include <HalvoNotarization/ASCAuthenticationKey.h>
 #include <HalvoNotarization/Notarizer.h>
 
-#include <Support/CaseName.h>
 #include <Support/FakeProcessRunner.h>
 #include <Support/ScriptedTools.h>
 #include <Support/Shell.h>
@@ -15,7 +13,6 @@
 namespace halvo {
 namespace {
 
-using test::CaseName;
 using test::descriptionThrown;
 using test::ScriptedTools;
 using testing::IsEmpty;
@@ -60,45 +57,26 @@ TEST_F(NotarizerTest, showsTheKeyToTheToolAlone) {
     EXPECT_THAT(tools.leftovers(), IsEmpty());
 }
 
-struct SubmissionCase {
-    std::string_view name;
-    const char* steps;
-    const char* text;
-};
-
-class FailedSubmission : public NotarizerTest, public testing::WithParamInterface<SubmissionCase> {};
-
-TEST_P(FailedSubmission, carriesTheOutputAndLeavesNoKey) {
-    tools.script("notarytool submit", {GetParam().steps});
-    EXPECT_EQ(descriptionThrown<NotarizationError>([&] { notarizer.notarize(file, apiKey); }),
-              "Notarization submission failed: " + std::string(GetParam().text));
-    EXPECT_THAT(tools.leftovers(), IsEmpty());
-    EXPECT_THAT(tools.argumentsOf("stapler staple"), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Notarizer, FailedSubmission,
-    testing::Values(
-        SubmissionCase{"invalid", R"([{"out": "Processing complete\n  status: Invalid\n"}])",
-                       "Processing complete\n  status: Invalid"},
-        SubmissionCase{"noVerdict", R"([{"out": "Upload progress: 100,00 % (1,39 MB of 1,39 MB)\n"}])",
-                       "Upload progress: 100,00 % (1,39 MB of 1,39 MB)"},
-        SubmissionCase{"acceptedOnStandardError", R"([{"err": "status: Accepted\n"}])", "status: Accepted"},
-        SubmissionCase{"acceptedWithAnExitCode", R"([{"out": "status: Accepted\n"}, {"exit": 1}])",
-                       "status: Accepted"},
-        SubmissionCase{"acceptedBeforeASignal", R"([{"out": "status: Accepted\n"}, {"signal": 15}])",
-                       "status: Accepted"},
-        SubmissionCase{"refusedCredentials", R"([{"err": "Error: HTTP status code: 401.\n"}, {"exit": 69}])",
-                       "Error: HTTP status code: 401."},
-        SubmissionCase{"silent", "[]", "Unknown error"},
-        SubmissionCase{"binary", R"([{"out": "\udcff\udcfe"}])", "\ufffd\ufffd"}),
-    CaseName());
-
-TEST_F(NotarizerTest, failsOnTooMuchOutputAndLeavesNoKey) {
-    tools.script("notarytool submit", {"[{\"out\": \"" + std::string(65537, '.') + "\"}]"});
-    EXPECT_EQ(descriptionThrown<ProcessError>([&] { notarizer.notarize(file, apiKey); }),
-              "Child process output exceeded the limit.");
-    EXPECT_THAT(tools.leftovers(), IsEmpty());
+TEST_F(NotarizerTest, carriesTheOutputOfAFailureAndLeavesNoKey) {
+    const struct {
+        std::string_view name;
+        const char* steps;
+        const char* text;
+    } cases[] = {
+        {"invalid", R"([{"out": "Processing complete\n  status: Invalid\n"}])",
+         "Processing complete\n  status: Invalid"},
+        {"acceptedOnStandardError", R"([{"err": "status: Accepted\n"}])", "status: Accepted"},
+        {"acceptedWithAnExitCode", R"([{"out": "status: Accepted\n"}, {"exit": 1}])", "status: Accepted"},
+        {"silent", "[]", "Unknown error"},
+        {"binary", R"([{"out": "\udcff\udcfe"}])", "\ufffd\ufffd"}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        tools.script("notarytool submit", {row.steps});
+        EXPECT_EQ(descriptionThrown<NotarizationError>([&] { notarizer.notarize(file, apiKey); }),
+                  "Notarization submission failed: " + std::string(row.text));
+        EXPECT_THAT(tools.leftovers(), IsEmpty());
+        EXPECT_THAT(tools.argumentsOf("stapler staple"), IsEmpty());
+    }
 }
 
 TEST_F(NotarizerTest, stopsTheToolAndRemovesTheKeyWhenCancelled) {
@@ -173,36 +151,6 @@ TEST_F(NotarizerTest, storesAPasswordThroughStandardInputAlone) {
     EXPECT_EQ(
         descriptionThrown<NotarizationError>([&] { notarizer.storeCredentials("P", "a", password, "T"); }),
         "Storing notarization credentials failed: Error: Invalid credentials.");
-}
-
-TEST(NotarizationError, pointsToTheHelpPage) {
-    EXPECT_EQ(
-        NotarizationError(NotarizationError::NotNotarized{}).description(),
-        "The provided binary is not notarized. Notarize it before releasing to prevent Gatekeeper issues for "
-        "your users, or setup Halvo to automatically notarize your app. Learn more: "
-        "https://halvo.example/help/notarization");
-}
-
-TEST(ASCAuthenticationKey, livesAsLongAsTheOperation) {
-    const test::TemporaryFolder folder;
-    const ASCAuthenticationKey key{"KEY1", "issuer-1", copyBytes("secret")};
-    std::filesystem::path seen;
-    const int answer = key.withKeyFile(folder.path(), [&](const std::filesystem::path& file) {
-        seen = file;
-        EXPECT_EQ(test::readText(file), "secret");
-        EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
-        EXPECT_EQ(std::filesystem::status(file.parent_path()).permissions(), std::filesystem::perms(0700));
-        return 42;
-    });
-    EXPECT_EQ(answer, 42);
-    EXPECT_EQ(seen.filename(), "AuthKey_KEY1.p8");
-    EXPECT_THAT(seen.parent_path().filename().string(), StartsWith("halvo-asc-"));
-    EXPECT_THROW(key.withKeyFile(folder.path(), [](const auto&) -> int { throw CancelledError(); }),
-                 CancelledError);
-    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-    EXPECT_EQ(key.xcodebuildArguments("/k.p8"),
-              (Arguments{"-authenticationKeyPath", "/k.p8", "-authenticationKeyID", "KEY1",
-                         "-authenticationKeyIssuerID", "issuer-1"}));
 }
 
 } // namespace

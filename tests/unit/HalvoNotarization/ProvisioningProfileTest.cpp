@@ -2,8 +2,6 @@
 
 #include <Platform/Files.h>
 #include <Platform/PropertyList.h>
-#include <Support/CaseName.h>
-#include <Support/FakeProcessRunner.h>
 #include <Support/ScriptedTools.h>
 #include <Support/TestData.h>
 #include <Support/Thrown.h>
@@ -13,7 +11,6 @@
 namespace halvo {
 namespace {
 
-using test::CaseName;
 using test::descriptionThrown;
 using test::readTestData;
 using test::ScriptedTools;
@@ -62,73 +59,38 @@ TEST(ProvisioningProfile, doesWithoutAnyField) {
         << "a value of another type counts as none";
 }
 
-struct IdentifierCase {
-    std::string_view name;
-    const char* entitlement;
-    std::optional<std::string> identifier;
-};
-
-class BundleIdentifier : public testing::TestWithParam<IdentifierCase> {};
-
-TEST_P(BundleIdentifier, standsBehindTheTeam) {
-    EXPECT_EQ(parsed({{"Entitlements", entitlements(GetParam().entitlement)}}).bundleIdentifier,
-              GetParam().identifier);
-}
-
-INSTANTIATE_TEST_SUITE_P(ProvisioningProfile, BundleIdentifier,
-                         testing::Values(IdentifierCase{"plain", "TEAM.com.example.App", "com.example.App"},
-                                         IdentifierCase{"wildcard", "TEAM.*", std::nullopt},
-                                         IdentifierCase{"wildcardAtTheEnd", "TEAM.com.example.*",
-                                                        std::nullopt},
-                                         IdentifierCase{"noDot", "TEAM", std::nullopt},
-                                         IdentifierCase{"nothingBehindTheDot", "TEAM.", std::nullopt}),
-                         CaseName());
-
-struct ClassificationCase {
-    std::string_view name;
-    std::int64_t devices;
-    bool allDevices;
-    std::vector<std::string> certificates;
-    ProfileType type;
-};
-
-class Classification : public testing::TestWithParam<ClassificationCase> {};
-
-TEST_P(Classification, followsDevicesAndCertificates) {
-    EXPECT_EQ(
-        ProvisioningProfile::classify(GetParam().devices, GetParam().allDevices, GetParam().certificates),
-        GetParam().type);
+TEST(BundleIdentifier, standsBehindTheTeam) {
+    const struct {
+        std::string_view name;
+        const char* entitlement;
+        std::optional<std::string> identifier;
+    } cases[] = {{"plain", "TEAM.com.example.App", "com.example.App"},
+                 {"wildcardAtTheEnd", "TEAM.com.example.*", std::nullopt},
+                 {"noDot", "TEAM", std::nullopt}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(parsed({{"Entitlements", entitlements(row.entitlement)}}).bundleIdentifier, row.identifier);
+    }
 }
 
 const std::string developerID = "Developer ID Application: Jane";
 
-INSTANTIATE_TEST_SUITE_P(
-    ProvisioningProfile, Classification,
-    testing::Values(
-        ClassificationCase{"devicesWithDeveloperID", 1, false, {developerID}, ProfileType::development},
-        ClassificationCase{"developerID", 0, false, {developerID}, ProfileType::developerID},
-        ClassificationCase{"developerIDForAllDevices", 0, true, {developerID}, ProfileType::developerID},
-        ClassificationCase{
-            "developerIDAmongOthers", 0, false, {"Mac", developerID}, ProfileType::developerID},
-        ClassificationCase{"devices", 3, true, {"Mac Developer: Jane"}, ProfileType::development},
-        ClassificationCase{"enterprise", 0, true, {"Mac: Jane"}, ProfileType::enterprise},
-        ClassificationCase{"appStore", 0, false, {"x Developer ID Application"}, ProfileType::appStore}),
-    CaseName());
-
-struct UseCase {
-    std::string_view name;
-    ProvisioningProfile profile;
-    std::string failure; ///< empty: usable
-};
-
-class DeveloperIDExport : public testing::TestWithParam<UseCase> {};
-
-TEST_P(DeveloperIDExport, refusesWhatCannotBeShipped) {
-    const auto use = [] { GetParam().profile.assertUsableForDeveloperIDExport(expiration); };
-    if (GetParam().failure.empty())
-        EXPECT_NO_THROW(use());
-    else
-        EXPECT_EQ(descriptionThrown<ProvisioningProfileError>(use), GetParam().failure);
+TEST(Classification, followsDevicesAndCertificates) {
+    const struct {
+        std::string_view name;
+        std::int64_t devices;
+        bool allDevices;
+        std::vector<std::string> certificates;
+        ProfileType type;
+    } cases[] = {{"developerID", 0, false, {developerID}, ProfileType::developerID},
+                 {"developerIDAmongOthers", 0, false, {"Mac", developerID}, ProfileType::developerID},
+                 {"devicesBeforeAllElse", 3, true, {developerID}, ProfileType::development},
+                 {"enterprise", 0, true, {"Mac: Jane"}, ProfileType::enterprise},
+                 {"appStore", 0, false, {"x Developer ID Application"}, ProfileType::appStore}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(ProvisioningProfile::classify(row.devices, row.allDevices, row.certificates), row.type);
+    }
 }
 
 const auto wrongType = [](const char* type) {
@@ -139,33 +101,42 @@ const auto wrongType = [](const char* type) {
            appleList + " and pass that file with --provisioning-profile.";
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    ProvisioningProfile, DeveloperIDExport,
-    testing::Values(
-        UseCase{"usable",
-                {.type = ProfileType::developerID, .expirationDate = expiration + std::chrono::seconds(1)},
-                ""},
-        UseCase{"withoutAnEnd", {.type = ProfileType::developerID}, ""},
-        UseCase{"expiresNow",
-                {.type = ProfileType::developerID, .name = "Demo", .expirationDate = expiration},
-                "\"Demo\" expired 2030-01-31. Regenerate it at " + appleList + " and pass the new file."},
-        UseCase{"managedByXcodeBeforeExpired",
-                {.type = ProfileType::developerID,
-                 .name = "Demo",
-                 .expirationDate = expiration,
-                 .isXcodeManaged = true},
-                "\"Demo\" is managed by Xcode, and manual signing can't use it. Create your own Developer ID "
-                "Application profile at " +
-                    appleList + " and pass that file with --provisioning-profile."},
-        UseCase{"developmentBeforeManaged",
-                {.type = ProfileType::development, .name = "Demo", .isXcodeManaged = true},
-                wrongType("Development")},
-        UseCase{"appStore", {.type = ProfileType::appStore, .name = "Demo"}, wrongType("App Store")},
-        UseCase{"enterprise",
-                {.type = ProfileType::enterprise, .name = "Demo"},
-                wrongType("Enterprise (In-House)")},
-        UseCase{"unknown", {.name = "Demo"}, wrongType("unrecognized")}),
-    CaseName());
+TEST(DeveloperIDExport, refusesWhatCannotBeShipped) {
+    const struct {
+        std::string_view name;
+        ProvisioningProfile profile;
+        std::string failure; ///< empty: usable
+    } cases[] = {
+        {"usable",
+         {.type = ProfileType::developerID, .expirationDate = expiration + std::chrono::seconds(1)},
+         ""},
+        {"withoutAnEnd", {.type = ProfileType::developerID}, ""},
+        {"expiresNow",
+         {.type = ProfileType::developerID, .name = "Demo", .expirationDate = expiration},
+         "\"Demo\" expired 2030-01-31. Regenerate it at " + appleList + " and pass the new file."},
+        {"managedByXcodeBeforeExpired",
+         {.type = ProfileType::developerID,
+          .name = "Demo",
+          .expirationDate = expiration,
+          .isXcodeManaged = true},
+         "\"Demo\" is managed by Xcode, and manual signing can't use it. Create your own Developer ID "
+         "Application profile at " +
+             appleList + " and pass that file with --provisioning-profile."},
+        {"developmentBeforeManaged",
+         {.type = ProfileType::development, .name = "Demo", .isXcodeManaged = true},
+         wrongType("Development")},
+        {"enterprise",
+         {.type = ProfileType::enterprise, .name = "Demo"},
+         wrongType("Enterprise (In-House)")}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        const auto use = [&] { row.profile.assertUsableForDeveloperIDExport(expiration); };
+        if (row.failure.empty())
+            EXPECT_NO_THROW(use());
+        else
+            EXPECT_EQ(descriptionThrown<ProvisioningProfileError>(use), row.failure);
+    }
+}
 
 TEST(ProvisioningProfile, refusesWhatIsNoDictionary) {
     for (const std::string text : {"", "garbage", "<plist><array/></plist>", "bplist00", "{\"a\": 1}"})
@@ -199,37 +170,22 @@ TEST_F(ProvisioningProfileReaderTest, letsSecurityOpenTheEnvelope) {
               std::vector<Arguments>{(Arguments{"cms", "-D", "-i", "/My Profile"})});
 }
 
-struct ReadFailureCase {
-    std::string_view name;
-    std::string steps;
-    const char* failure;
-};
-
-class ReadFailure : public ProvisioningProfileReaderTest,
-                    public testing::WithParamInterface<ReadFailureCase> {};
-
-TEST_P(ReadFailure, isNamed) {
-    tools.script("security cms", {GetParam().steps});
-    EXPECT_EQ(descriptionThrown<ProvisioningProfileError>([&] { reader.readFile("/p"); }),
-              GetParam().failure);
+TEST_F(ProvisioningProfileReaderTest, namesAFailedReading) {
+    const struct {
+        std::string_view name;
+        std::string steps;
+        const char* failure;
+    } cases[] = {{"exitCode", R"([{"err": "security: failed to decode message\n"}, {"exit": 1}])",
+                  "Could not read embedded provisioning profile: security: failed to decode message"},
+                 {"empty", "[]", "Could not read embedded provisioning profile: security cms failed"},
+                 {"huge", "[{\"out\": \"" + std::string(65537, ' ') + "\"}]",
+                  "Could not read embedded provisioning profile: Child process output exceeded the limit."}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        tools.script("security cms", {row.steps});
+        EXPECT_EQ(descriptionThrown<ProvisioningProfileError>([&] { reader.readFile("/p"); }), row.failure);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ProvisioningProfile, ReadFailure,
-    testing::Values(
-        ReadFailureCase{"exitCode", R"([{"err": "security: failed to decode message\n"}, {"exit": 1}])",
-                        "Could not read embedded provisioning profile: security: failed to decode message"},
-        ReadFailureCase{"silent", R"([{"exit": 1}])",
-                        "Could not read embedded provisioning profile: security cms failed"},
-        ReadFailureCase{"signal", R"([{"out": "<plist/>"}, {"signal": 11}])",
-                        "Could not read embedded provisioning profile: security cms failed"},
-        ReadFailureCase{"empty", "[]", "Could not read embedded provisioning profile: security cms failed"},
-        ReadFailureCase{
-            "huge", "[{\"out\": \"" + std::string(65537, ' ') + "\"}]",
-            "Could not read embedded provisioning profile: Child process output exceeded the limit."},
-        ReadFailureCase{"binary", R"([{"out": "\udcff\udc80\u0000"}])",
-                        "Embedded provisioning profile is not a valid plist"}),
-    CaseName());
 
 TEST_F(ProvisioningProfileReaderTest, passesAnAppThatEveryMachineCanLaunch) {
     const auto bare = tools.write("Bare.app/Contents/Info.plist", "").parent_path().parent_path();
@@ -258,13 +214,6 @@ TEST_F(ProvisioningProfileReaderTest, refusesAnAppForRegisteredMachines) {
     answer({{"Name", "Demo"}, {"ProvisionedDevices", PropertyListArray{"a", "b"}}});
     EXPECT_EQ(descriptionThrown<ProvisioningProfileError>([&] { reader.assertDistributable(app); }),
               refusal("2 registered devices"));
-}
-
-TEST(ProvisioningProfileReader, namesAMissingTool) {
-    test::FakeProcessRunner runner;
-    EXPECT_EQ(descriptionThrown<ProvisioningProfileError>(
-                  [&] { ProvisioningProfileReader(runner).readFile("/p"); }),
-              "Could not read embedded provisioning profile: Executable is not found or cannot be executed.");
 }
 
 TEST(ProvisioningProfileReader, installsWhereXcodeLooks) {

