@@ -79,6 +79,7 @@ public:
         fs::permissions(staging, fs::perms(0755), error);
         check(error, "change", staging);
         copyTree(app, staging / appName, {.progress = progress, .cancellation = cancellation});
+        forgetBytes();
         fs::create_directory_symlink("/Applications", staging / "Applications", error);
         check(error, "create", staging / "Applications");
     }
@@ -93,9 +94,12 @@ public:
 
     void makeImage(const fs::path& staging, const fs::path& image) const {
         tools.runCommand("/bin/chmod", {"-Rf", "go-w", staging.string()});
-        const FileGrowth growth(image, progress);
-        tools.hdiutilMaking(image, {"create", "-srcfolder", staging.string(), "-volname", volumeName(), "-fs",
-                                    "APFS", "-format", "UDRW", image.string()});
+        {
+            const FileGrowth growth(image, progress);
+            tools.hdiutilMaking(image, {"create", "-srcfolder", staging.string(), "-volname", volumeName(),
+                                        "-fs", "APFS", "-format", "UDRW", image.string()});
+        }
+        forgetBytes();
     }
 
     void enlarge(const fs::path& image) const {
@@ -125,6 +129,12 @@ public:
     }
 
 private:
+    /// What follows is not counted in bytes: a person must not read of the last ones until it is over.
+    void forgetBytes() const {
+        if (progress)
+            progress(0, 0);
+    }
+
     std::string volumeName() const {
         return configuration.volumeName.value_or(fs::path(appName).stem().string());
     }

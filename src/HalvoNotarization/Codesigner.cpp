@@ -76,6 +76,7 @@ std::vector<CodesignIdentity> Codesigner::parseIdentities(std::string_view text)
 std::vector<CodesignIdentity> Codesigner::availableIdentities() {
     const ProcessResult result = processes.run({.executable = "/usr/bin/security",
                                                 .arguments = {"find-identity", "-v", "-p", "codesigning"},
+                                                .ownGroup = true,
                                                 .cancellation = cancellation});
     const std::string output = repairedUTF8(result.standardOutput);
     log.write(LogLevel::debug, "Codesigner", "security find-identity output: " + output);
@@ -98,6 +99,7 @@ void Codesigner::sign(const std::filesystem::path& app, const std::string& ident
         {.executable = "/usr/bin/codesign",
          .arguments = {"--deep", "--force", "--verify", "--verbose", "--sign", identity, "--options",
                        "runtime", "--timestamp", "--preserve-metadata=entitlements", app.string()},
+         .ownGroup = true,
          .cancellation = cancellation});
     if (!result.succeeded())
         throw CodesigningError(CodesigningError::SigningFailed{result.errorText()});
@@ -107,6 +109,7 @@ bool Codesigner::isSignedForDistribution(const std::filesystem::path& app) {
     try {
         const ProcessResult result = processes.run({.executable = "/usr/bin/codesign",
                                                     .arguments = {"-dvv", app.string()},
+                                                    .ownGroup = true,
                                                     .cancellation = cancellation});
         return result.standardError.find("Authority=Developer ID Application:") != std::string::npos;
     } catch (const ProcessError&) {

@@ -85,6 +85,7 @@ bool Notarizer::isNotarized(const std::filesystem::path& file) {
     return processes
         .run({.executable = "/usr/sbin/spctl",
               .arguments = {"--assess", "-v", file.string()},
+              .ownGroup = true,
               .cancellation = cancellation})
         .succeeded();
 }
@@ -104,6 +105,7 @@ void Notarizer::storeCredentials(const std::string& profileName, const std::stri
 ProcessResult Notarizer::runTool(Arguments arguments, std::optional<std::string> input) {
     return processes.run({.executable = "/usr/bin/xcrun",
                           .arguments = std::move(arguments),
+                          .ownGroup = true,
                           .input = std::move(input),
                           .cancellation = cancellation});
 }

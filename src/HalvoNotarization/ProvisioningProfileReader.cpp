@@ -16,6 +16,7 @@ ProvisioningProfile ProvisioningProfileReader::readFile(const std::filesystem::p
     try {
         result = processes.run({.executable = "/usr/bin/security",
                                 .arguments = {"cms", "-D", "-i", file.string()},
+                                .ownGroup = true,
                                 .cancellation = cancellation});
     } catch (const ProcessError& error) {
         failUnreadable(error.description());

@@ -203,6 +203,11 @@ void RunningStep::progress(std::uint64_t done, std::uint64_t total) {
     const auto held = state->screen.hold();
     if (state->failure)
         std::rethrow_exception(state->failure);
+    if (done == 0 && total == 0) {
+        state->transfer.reset();
+        state->rate = {};
+        return;
+    }
     state->transfer = {done, total};
     const TimePoint now = state->screen.now();
     if (!state->redraws) {

@@ -4,12 +4,7 @@
 #include <Base/Text.h>
 #include <Platform/PropertyList.h>
 #include <Support/CaseName.h>
-#include <Support/ScriptedTools.h>
-#include <Support/Shell.h>
 #include <Support/TestData.h>
-
-#include <csignal>
-#include <thread>
 
 namespace halvo::test {
 namespace {
@@ -37,8 +32,7 @@ class ProjectRelease : public ReleaseTest {
 protected:
     ProjectRelease() {
         std::filesystem::create_directories(work / "Demo.xcodeproj");
-        variables.merge(tools.programVariables());
-        makeToolRoot();
+        useTools(tools);
         secrets.emplace_back("p8 key");
         folder.write("work/Demo.provisionprofile", "signed profile");
     }
@@ -48,15 +42,6 @@ protected:
         Arguments all{"Demo.xcodeproj", "--scheme", "Demo", "--skip-notarization", "--output", "out"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return release(all, changes);
-    }
-
-    /// The scripted tools, and real ones for what goes into a disk image.
-    void makeToolRoot() {
-        script("mkdir -p ../root/bin; cp -R \"$1/usr\" ../root; ln -sf \"$1/scripted_tool\" ../root; "
-               "ln -s \"$2/usr/bin/hdiutil\" \"$2/usr/bin/SetFile\" ../root/usr/bin; ln -s /bin/chmod "
-               "../root/bin",
-               {variables.at("HALVO_TOOL_ROOT"), HALVO_TOOLBOX});
-        variables["HALVO_TOOL_ROOT"] = folder / "root";
     }
 
     /// Makes `security` open every profile as this one.
@@ -395,39 +380,6 @@ TEST_F(ProjectRelease, exportsWithTheGivenProfileAndNoKeyAfterIt) {
     EXPECT_THAT(calls[0].exportOptions,
                 testing::ContainsRegex("<key>com.example.demo</key>[ \t\n]*<string>" + uuid));
 }
-
-struct StoppedCase {
-    const char* name;
-    const char* command; ///< the tool that hangs
-};
-
-class StoppedBuild : public ProjectRelease, public testing::WithParamInterface<StoppedCase> {};
-
-TEST_P(StoppedBuild, leavesNoProcessAndNoFile) {
-    const std::string command = GetParam().command;
-    const std::string hang = R"([{"spawn": 60}, {"out": "ready\n"}, {"hang": true}])";
-    tools.script("xcodebuild archive", {needsProfile, command == "xcodebuild archive" ? hang : archives});
-    tools.script("xcodebuild -exportArchive", {needsProfile, hang});
-    Arguments arguments{"Demo.xcodeproj", "--scheme", "Demo", "--skip-notarization", "--output", "out"};
-    arguments.insert(arguments.end(), toDMG.begin(), toDMG.end());
-    Variables withKey = apiKey;
-    withKey.insert(variables.begin(), variables.end());
-    const auto process = start(releaseArguments(arguments), withKey);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (tools.argumentsOf(command).size() < 2 && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_TRUE(process->signalGroup(SIGINT));
-    const Outcome outcome = finish(*process);
-    EXPECT_EQ(outcome.status, 130);
-    EXPECT_EQ(nlohmann::json::parse(outcome.output).at("code"), "cancelled");
-    for (const pid_t number : tools.processNumbers())
-        EXPECT_TRUE(vanishes(number));
-}
-
-INSTANTIATE_TEST_SUITE_P(ProjectRelease, StoppedBuild,
-                         testing::Values(StoppedCase{"whileArchiving", "xcodebuild archive"},
-                                         StoppedCase{"whileExporting", "xcodebuild -exportArchive"}),
-                         CaseName());
 
 } // namespace
 } // namespace halvo::test

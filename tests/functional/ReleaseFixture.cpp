@@ -8,7 +8,7 @@
 namespace halvo::test {
 namespace {
 
-constexpr int bucketCount = 60;
+constexpr int bucketCount = 100;
 
 std::string bucketName(int index) { return "releases" + std::to_string(index); }
 
@@ -79,10 +79,22 @@ void ReleaseTest::putObject(const std::string& name, const std::string& content)
     client().putObject(name, {.body = viewBytes(content), .contentType = "application/xml"});
 }
 
-nlohmann::json ReleaseTest::feedItems(const std::string& name) {
-    const auto file = folder.write("feed.xml", object(name).value());
+nlohmann::json ReleaseTest::feedItems(const std::string& name) { return itemsOf(object(name).value()); }
+
+nlohmann::json ReleaseTest::itemsOf(const std::string& feed) {
+    const auto file = folder.write("feed.xml", feed);
     return nlohmann::json::parse(
         script("/usr/bin/python3 \"$1\" \"$2\"", {HALVO_FEED_READER, file.string()}));
+}
+
+void ReleaseTest::useTools(const ScriptedTools& tools) {
+    for (const auto& [name, value] : tools.programVariables())
+        variables[name] = value;
+    script(
+        "mkdir -p ../root/bin; cp -R \"$1/usr\" ../root; ln -sf \"$1/scripted_tool\" ../root; "
+        "ln -s \"$2/usr/bin/hdiutil\" \"$2/usr/bin/SetFile\" ../root/usr/bin; ln -s /bin/chmod ../root/bin",
+        {variables.at("HALVO_TOOL_ROOT"), HALVO_TOOLBOX});
+    variables["HALVO_TOOL_ROOT"] = folder / "root";
 }
 
 } // namespace halvo::test

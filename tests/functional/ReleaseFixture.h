@@ -6,6 +6,7 @@
 #include <Platform/Clock.h>
 #include <Platform/HTTPSession.h>
 #include <S3/S3Client.h>
+#include <Support/ScriptedTools.h>
 
 #include <optional>
 
@@ -31,6 +32,10 @@ protected:
     void putObject(const std::string& key, const std::string& content) const;
     /// The feed as Python's XML parser reads it: an object for each item, in order.
     nlohmann::json feedItems(const std::string& key = "appcast.xml");
+    nlohmann::json itemsOf(const std::string& feed);
+
+    /// Points `variables` to a root of tools with these in it, and the real ones that make disk images.
+    void useTools(const ScriptedTools& tools);
 
     SigningKey key = makeSigningKey();
     Variables variables;

@@ -2,6 +2,7 @@
 
 #include <Base/Text.h>
 #include <Support/CaseName.h>
+#include <Support/FaultServer.h>
 
 namespace halvo::test {
 namespace {
@@ -124,6 +125,10 @@ INSTANTIATE_TEST_SUITE_P(
         FailureCase{"emptyApp", {"Empty.app"}, {}, "release_failed", "Release failed: Invalid app bundle"}),
     CaseName());
 
+constexpr const char* offeredKey = "Confirmation required: Seems like you don't have a key pair to sign your "
+                                   "app. Would you like me to generate "
+                                   "one for you?. ";
+
 class RefusedCredentials : public ReleaseFailure, public testing::WithParamInterface<FailureCase> {};
 
 TEST_P(RefusedCredentials, areReportedInBothFormats) { expectFailure(GetParam()); }
@@ -173,6 +178,27 @@ INSTANTIATE_TEST_SUITE_P(
             "No Sparkle signing key for com.example.demo. Provide --sparkle-private-key or set "
             "SPARKLE_PRIVATE_KEY (base64), or run `halvo export sparkle-key -b com.example.demo` on a "
             "machine that has it."},
+        FailureCase{"keyThatCannotBeOffered",
+                    {"Demo.app", skip},
+                    {{"SPARKLE_PRIVATE_KEY", ""}},
+                    "confirmation_required",
+                    std::string(offeredKey) +
+                        "Pass the corresponding override flag (e.g. --yes, --skip-notarization) "
+                        "to proceed in --format json.",
+                    std::string(offeredKey) +
+                        "Re-run interactively, or pass the corresponding override flag (e.g. "
+                        "--skip-notarization) to proceed non-interactively."},
+        FailureCase{"notaryKeyNoBase64",
+                    {"Demo.app"},
+                    {{"ASC_API_KEY_ID", "ABC"}, {"ASC_API_ISSUER", "a"}, {"ASC_API_KEY", "*"}},
+                    "invalid_argument",
+                    "ASC_API_KEY is not valid base64. Encode your key with `base64 < AuthKey_XXXXXXXXXX.p8 | "
+                    "pbcopy`."},
+        FailureCase{"profileWithoutIdentity",
+                    {"Demo.app", "--keychain-profile", "notary"},
+                    {},
+                    "missing_argument",
+                    "--codesign-identity is required for DMG releases"},
         FailureCase{"noStoreCredentials",
                     {"Demo.app", skip},
                     {{"AWS_SECRET_ACCESS_KEY", ""}},
@@ -201,6 +227,39 @@ INSTANTIATE_TEST_SUITE_P(
                     {},
                     "invalid_argument",
                     "--s3-public-url is not a valid URL: dl.example.com"}),
+    CaseName());
+
+struct AnswerCase {
+    const char* name;
+    int status;
+    const char* body;
+    const char* code;
+    const char* message;
+};
+
+class RefusedByTheService : public ReleaseFailure, public testing::WithParamInterface<AnswerCase> {};
+
+TEST_P(RefusedByTheService, isReportedInBothFormats) {
+    const AnswerCase& row = GetParam();
+    const FaultServer service(std::vector<ServerReply>(20, {.status = row.status, .body = row.body}));
+    expectFailure({"",
+                   {"Demo.app", skip},
+                   {{"HALVO_S3_BUCKET", ""}, {"HALVO_SERVER_URL", service.url("")}, {"HALVO_TOKEN", "token"}},
+                   row.code,
+                   row.message});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Release, RefusedByTheService,
+    testing::Values(
+        AnswerCase{"tokenRefused", 401, "{}", "not_authenticated",
+                   "Not logged in. Run `halvo login`, or `halvo setup` to register a new app."},
+        AnswerCase{"forbidden", 403, R"({"message": "Not yours."})", "api_error", "API error: Not yours."},
+        AnswerCase{
+            "noApp", 200, "[]", "app_not_configured",
+            "App \"Demo\" (com.example.demo) not found. Run `halvo setup` to register it, or pass the S3 "
+            "destination directly (--s3-bucket, --s3-region, --s3-public-url, or HALVO_S3_* environment "
+            "variables)."}),
     CaseName());
 
 struct PropertyCase {
@@ -238,6 +297,18 @@ INSTANTIATE_TEST_SUITE_P(
             "CURRENT_PROJECT_VERSION to an integer (e.g. 42) and keep your marketing version (e.g. "
             "1.2.3) in CFBundleShortVersionString."}),
     CaseName());
+
+TEST_F(ReleaseFailure, namesAKeychainThatCannotBeRead) {
+    const auto keychain = home / "data/halvo/keychain.json";
+    std::filesystem::create_directories(keychain);
+    expectFailure({"",
+                   {"Demo.app", skip},
+                   {{"SPARKLE_PRIVATE_KEY", ""}},
+                   "keychain_error",
+                   "Key error: The keychain file " + keychain.string() +
+                       " could not be read or written. Check its permissions and the free space on its disk. "
+                       "(OSStatus -36)"});
+}
 
 TEST_F(ReleaseFailure, namesADamagedPropertyList) {
     folder.write("work/Demo.app/Contents/Info.plist", "<plist>");

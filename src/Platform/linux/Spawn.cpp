@@ -1,11 +1,16 @@
 #include "Spawn.h"
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <string_view>
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <linux/close_range.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace halvo {
 namespace {
@@ -32,9 +37,15 @@ Pipe makePipe() {
     if (::pipe2(ends, O_CLOEXEC) != 0)
         failSystem("create a pipe", errno);
     Pipe pipe{aboveStandardStreams(Descriptor(ends[0])), aboveStandardStreams(Descriptor(ends[1]))};
+    if (!pipe.reading.isOpen() || !pipe.writing.isOpen())
+        failSystem("create a pipe", errno);
+    return pipe;
+}
+
+Pipe makeOutputPipe() {
+    Pipe pipe = makePipe();
     // The child's end keeps waiting writes: the flag belongs to one end only.
-    if (!pipe.reading.isOpen() || !pipe.writing.isOpen() ||
-        ::fcntl(pipe.reading.get(), F_SETFL, O_NONBLOCK) != 0)
+    if (::fcntl(pipe.reading.get(), F_SETFL, O_NONBLOCK) != 0)
         failSystem("create a pipe", errno);
     constexpr int roomyPipe = 1 << 20;
     ::fcntl(pipe.reading.get(), F_SETPIPE_SZ, roomyPipe); // fewer switches; the default serves too
@@ -91,48 +102,72 @@ std::vector<std::string> childEnvironment(const Environment& inherited,
     return lines;
 }
 
-class SpawnAttributes {
-public:
-    explicit SpawnAttributes(bool ownGroup) {
-        ::posix_spawnattr_init(&attributes);
-        sigset_t all;
-        sigset_t none;
-        sigfillset(&all);
-        sigemptyset(&none);
-        ::posix_spawnattr_setsigdefault(&attributes, &all);
-        ::posix_spawnattr_setsigmask(&attributes, &none);
-        ::posix_spawnattr_setpgroup(&attributes, 0);
-        ::posix_spawnattr_setflags(&attributes,
-                                   static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
-                                                      (ownGroup ? POSIX_SPAWN_SETPGROUP : 0)));
-    }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-    ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes); }
-    const posix_spawnattr_t* get() const { return &attributes; }
-
-private:
-    posix_spawnattr_t attributes{};
+/// What the child needs, made before it is there: between fork and exec only system calls are safe.
+struct ChildPlan {
+    const char* executable = nullptr;
+    char* const* arguments = nullptr;
+    char* const* variables = nullptr;
+    std::array<int, 3> streams{};
+    int failure = -1; ///< takes the error number of an exec that failed, and closes when it worked
+    bool ownGroup = false;
+    pid_t parent = 0;
 };
 
-class SpawnActions {
-public:
-    SpawnActions(int input, int output, int error) {
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-        ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-        ::posix_spawn_file_actions_adddup2(&actions, error, STDERR_FILENO);
-        // Whatever a library opened without close-on-exec stays here.
-        ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-    }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-    ~SpawnActions() { ::posix_spawn_file_actions_destroy(&actions); }
-    const posix_spawn_file_actions_t* get() const { return &actions; }
+void resetSignals() {
+    struct sigaction byDefault {};
+    byDefault.sa_handler = SIG_DFL;
+    for (int number = 1; number < NSIG; ++number)
+        ::sigaction(number, &byDefault, nullptr); // some refuse, and need none of it
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
 
-private:
-    posix_spawn_file_actions_t actions{};
-};
+[[noreturn]] void becomeTool(const ChildPlan& plan) {
+    constexpr int notStarted = 127; // as shells count
+    // A tool does not outlive a Halvo that was killed and could not end it. The system counts the thread that
+    // started it, which waits for it.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != plan.parent)
+        ::_exit(notStarted);
+    if (plan.ownGroup)
+        ::setpgid(0, 0);
+    resetSignals();
+    for (int stream = 0; stream < 3; ++stream)
+        ::dup2(plan.streams[static_cast<std::size_t>(stream)], stream);
+    // Whatever a library opened without close-on-exec stays here.
+    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    ::execve(plan.executable, plan.arguments, plan.variables);
+    const int code = errno;
+    [[maybe_unused]] const ssize_t told = ::write(plan.failure, &code, sizeof code);
+    ::_exit(notStarted);
+}
+
+/// Forks with all signals blocked, so that none is handled in the child before it has reset them.
+pid_t forkTool(const ChildPlan& plan) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t child = ::fork();
+    if (child == 0)
+        becomeTool(plan);
+    const int code = errno;
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (child < 0)
+        failSystem("start a tool", code);
+    return child;
+}
+
+/// Whether the child became the tool. Waits until that is decided.
+bool hasStarted(const Descriptor& failure) {
+    int code = 0;
+    ssize_t count = 0;
+    do
+        count = ::read(failure.get(), &code, sizeof code);
+    while (count < 0 && errno == EINTR);
+    return count == 0;
+}
 
 } // namespace
 
@@ -145,15 +180,25 @@ SpawnedChild spawn(const std::filesystem::path& executable, const ProcessRequest
     std::vector<std::string> variables = childEnvironment(environment, request.environment);
 
     const Descriptor input = openStandardInput(request.input);
-    Pipe output = makePipe();
-    Pipe error = makePipe();
-    const SpawnActions actions(input.get(), output.writing.get(), error.writing.get());
-    const SpawnAttributes attributes(request.ownGroup);
+    Pipe output = makeOutputPipe();
+    Pipe error = makeOutputPipe();
+    Pipe failure = makePipe();
+    const std::vector<char*> argumentPointers = pointers(arguments);
+    const std::vector<char*> variablePointers = pointers(variables);
     SpawnedChild child{.standardOutput = std::move(output.reading),
                        .standardError = std::move(error.reading)};
-    if (::posix_spawn(&child.pid, executable.c_str(), actions.get(), attributes.get(),
-                      pointers(arguments).data(), pointers(variables).data()) != 0)
+    child.pid = forkTool({.executable = executable.c_str(),
+                          .arguments = argumentPointers.data(),
+                          .variables = variablePointers.data(),
+                          .streams = {input.get(), output.writing.get(), error.writing.get()},
+                          .failure = failure.writing.get(),
+                          .ownGroup = request.ownGroup,
+                          .parent = ::getpid()});
+    failure.writing.close();
+    if (!hasStarted(failure.reading)) {
+        ::waitpid(child.pid, nullptr, 0);
         throw ProcessError(ProcessError::CannotStart{request.executable});
+    }
     return child;
 }
 

@@ -1,9 +1,13 @@
 #include <Platform/SystemProcessRunner.h>
 
+#include <Support/ChildProcess.h>
 #include <Support/Shell.h>
 #include <Support/TemporaryFolder.h>
 
+#include <csignal>
 #include <thread>
+
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -69,6 +73,18 @@ TEST_F(ProcessCancellationTest, endsTheWholeGroupEvenWhenItsLeaderGoesFirst) {
     request.ownGroup = true;
     request.teardown = {{SIGTERM, 5s}};
     EXPECT_TRUE(test::vanishes(std::stoi(cancelOnceReady(request))));
+}
+
+TEST_F(ProcessCancellationTest, endsTheChildOfAProcessThatWasKilled) {
+    const test::ChildProcess killed([this] {
+        const std::jthread killer([this] {
+            test::awaitText(ready);
+            ::kill(::getpid(), SIGKILL);
+        });
+        runner.run(shell("echo $$ > \"$1\"; exec sleep 60", {ready}));
+        return 0;
+    });
+    EXPECT_TRUE(test::vanishes(std::stoi(test::awaitText(ready))));
 }
 
 TEST_F(ProcessCancellationTest, startsNothingWhenItCameBefore) {

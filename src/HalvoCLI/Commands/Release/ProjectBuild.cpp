@@ -103,8 +103,8 @@ std::filesystem::path ProjectBuild::archive(const URL& project,
             const Attempt attempt = [&](const Signing& signing) {
                 return xcode.archive(project.filePath(), projectType(project), *options.scheme, signing,
                                      buildSettings, [&line](const std::string& text) {
-                                         if (!trimmed(text).empty())
-                                             line.update(text);
+                                         if (const auto told = trimmed(text); !told.empty())
+                                             line.update(std::string(told));
                                      });
             };
             return archiveProjectWithProgress(attempt, profile, line);

@@ -19,8 +19,8 @@ namespace halvo {
 /// "/Applications".
 class DMGCreator {
 public:
-    /// Bytes of the work under way, of how many; zero for a total that is not known. It starts anew with each
-    /// of the long steps. Called from other threads too.
+    /// Bytes of the work under way, of how many; zero for a total that is not known, and for both when none
+    /// are counted. It starts anew with each of the long steps. Called from other threads too.
     using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
     DMGCreator(ProcessRunner& processes, const VolumeFacts& volumes, Clock& clock, ImageServices& images,

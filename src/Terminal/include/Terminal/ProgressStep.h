@@ -24,8 +24,9 @@ public:
     /// Replaces the line's text; off a terminal, a line of its own unless it repeats the one before. What was
     /// known of bytes is forgotten.
     virtual void update(const TerminalText& text) = 0;
-    /// `done` of `total` bytes; zero for a total that is not known. On a terminal the line shows them with
-    /// rate and remaining time; elsewhere a line appears every ten seconds at most.
+    /// `done` of `total` bytes; zero for a total that is not known, and for both once no bytes are counted.
+    /// On a terminal the line shows them with rate and remaining time; elsewhere a line appears every ten
+    /// seconds at most.
     virtual void progress(std::uint64_t done, std::uint64_t total) = 0;
 };
 
