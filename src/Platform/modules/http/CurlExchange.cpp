@@ -14,6 +14,8 @@ namespace {
 constexpr std::chrono::milliseconds connectLimit{30'000};
 constexpr long uploadBufferSize = 512L * 1024;
 constexpr std::size_t askFirstFrom = std::size_t{1} << 20;
+/// How long an upload waits for the answer to its question; no stall to speak of beside what is sent then.
+constexpr long askPatienceMilliseconds = 300;
 /// How long one wait lasts when nothing happens; cancellation and time limits end it earlier.
 constexpr int longestWait = 1000;
 
@@ -167,12 +169,13 @@ void CurlExchange::configureHeaders() {
     }
     if (!givesExpect && !asksBeforeBody())
         append("Expect:"); // libcurl asks before every body otherwise
+    set(connections.easy.get(), CURLOPT_EXPECT_100_TIMEOUT_MS, askPatienceMilliseconds);
     set(connections.easy.get(), CURLOPT_HTTPHEADER, headers.get());
 }
 
 /// A server that refuses an upload and closes while we still send takes its answer with it under TLS. One
-/// that is asked first ("Expect: 100-continue") refuses before anything was sent; for a server that does not
-/// know this, libcurl waits one second.
+/// that is asked first ("Expect: 100-continue") refuses before anything was sent; a server that does not know
+/// this costs the wait.
 bool CurlExchange::asksBeforeBody() const {
     return authority.scheme == "https" && request.body.size() >= askFirstFrom;
 }
