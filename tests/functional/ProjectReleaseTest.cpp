@@ -141,8 +141,9 @@ TEST_P(SigningLadder, archivesAnewWithWhatMayProvideAProfile) {
     const Arguments signing(calls[1].begin() + 6, calls[1].end() - 1);
     ASSERT_THAT(signing, SizeIs(row.signing.size()));
     for (std::size_t index = 0; index < signing.size(); ++index)
-        if (!row.signing[index].empty())
+        if (!row.signing[index].empty()) {
             EXPECT_EQ(signing[index], row.signing[index]);
+        }
 }
 
 constexpr const char* withProfile =
@@ -346,10 +347,8 @@ INSTANTIATE_TEST_SUITE_P(
 const Arguments toDMG{"--format", "json", "--codesign-identity", identity};
 
 TEST_F(ProjectRelease, exportsAnewWithTheKeyAndBuildsADiskImage) {
-    mayLeaveTemporaryFiles = true; // hdiutil's own record of what is attached
     tools.script("xcodebuild -exportArchive", {needsProfile, exports});
     const Outcome outcome = build(toDMG, apiKey);
-    EXPECT_THAT(temporaryNames(), testing::Each(StartsWith("halvo-volumes-")));
     EXPECT_EQ(outcome.status, 0) << outcome.error;
     EXPECT_THAT(outcome.error,
                 HasSubstr("\nEntitlements require a provisioning profile; retrying export with App "
