@@ -20,6 +20,9 @@ constexpr int zlibLevel = 7;
 /// time.
 constexpr std::uint32_t lzmaPreset = 6;
 constexpr std::uint32_t lzmaDictionary = chunkSectors * sectorSize;
+/// Where a match is long enough, as 7-Zip's default level has it: a fourteenth less time for 0.3 % of the
+/// size.
+constexpr std::uint32_t lzmaNiceLength = 32;
 /// Decoding what macOS makes takes 9 MB.
 constexpr std::uint64_t lzmaMemoryLimit = 128u << 20;
 
@@ -75,6 +78,7 @@ Bytes encodeLZMA(ByteView plain) {
     lzma_options_lzma options{};
     lzma_lzma_preset(&options, lzmaPreset);
     options.dict_size = lzmaDictionary;
+    options.nice_len = lzmaNiceLength;
     std::array<lzma_filter, 2> filters{{{LZMA_FILTER_LZMA2, &options}, {LZMA_VLI_UNKNOWN, nullptr}}};
     const lzma_ret result = lzma_stream_buffer_encode(filters.data(), LZMA_CHECK_NONE, nullptr, plain.data(),
                                                       plain.size(), stored.data(), &written, stored.size());
