@@ -53,6 +53,7 @@ bench: ## Run the benchmarks
 	@build/bench/benchmarks/SigningBenchmark
 	@build/bench/benchmarks/DSStoreBenchmark
 	@benchmarks/zip/compare
+	@benchmarks/disk-image/compare
 	@benchmarks/start-up
 
 fuzz: ## Run each fuzzer for FUZZ_SECONDS (60)

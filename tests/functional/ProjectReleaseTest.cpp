@@ -332,10 +332,8 @@ INSTANTIATE_TEST_SUITE_P(
 const Arguments toDMG{"--format", "json", "--codesign-identity", identity};
 
 TEST_F(ProjectRelease, exportsAnewWithTheKeyAndBuildsADiskImage) {
-    mayLeaveTemporaryFiles = true; // hdiutil's own record of what is attached
     tools.script("xcodebuild -exportArchive", {needsProfile, exports});
     const Outcome outcome = build(toDMG, apiKey);
-    EXPECT_THAT(temporaryNames(), testing::Each(StartsWith("halvo-volumes-")));
     EXPECT_EQ(outcome.status, 0) << outcome.error;
     EXPECT_THAT(outcome.error,
                 HasSubstr("\nEntitlements require a provisioning profile; retrying export with App "

@@ -51,6 +51,36 @@ bool isChangeable(OpenImage& image) {
     }
 }
 
+/// A file without a map, and without the signature of any file system that could fill it.
+bool isNoImage(OpenImage& image, const PartitionMap& map) {
+    struct Signature {
+        std::uint64_t offset = 0;
+        std::string_view text{};
+    };
+    constexpr std::array<Signature, 3> signatures{
+        {{510, "\x55\xAA"}, {32769, "CD001"}, {32769, "BEA01"}}}; // FAT and its kin, ISO 9660, UDF
+    if (!image.isRaw() || map.scheme != PartitionMap::Scheme::none ||
+        map.partitions.front().type != unknownPartition)
+        return false;
+    return std::none_of(signatures.begin(), signatures.end(), [&](const Signature& signature) {
+        Bytes found(signature.text.size());
+        if (image.disk().size() < signature.offset + found.size())
+            return false;
+        image.disk().read(signature.offset, found);
+        return viewText(found) == signature.text;
+    });
+}
+
+/// Compressions that only another reader knows are left to that one.
+void verifyWhatCanBeRead(OpenImage& image, const std::stop_token& cancellation) {
+    try {
+        image.verify(cancellation);
+    } catch (const DiskImageError& error) {
+        if (!std::holds_alternative<DiskImageError::NeedsSevenZip>(error.which))
+            throw;
+    }
+}
+
 /// Why another reader has to try; absent when none can help.
 std::optional<std::string> reasonForAnotherReader(const std::exception& failure) {
     using hfsplus::HFSPlusError;
@@ -127,24 +157,27 @@ AttachedVolume DiskImages::attach(const fs::path& image, bool readOnly, bool ver
     try {
         std::optional<std::string> foreign;
         try {
-            if (verify)
-                opened.verify();
             const PartitionMap map = readPartitionMap(opened.disk());
             const std::optional<ChosenPartition> chosen = choose(map);
-            if (!chosen)
+            if (!chosen || isNoImage(opened, map))
                 throw DiskImageError(DiskImageError::NotRecognized{});
             volume.mapHint = map.contentHint();
             volume.volumeHint = chosen->partition.type;
             volume.partition = volume.device + (chosen->number ? "s" + std::to_string(chosen->number) : "");
             unfoldHere(opened.disk(), chosen->partition, slot, volume, context.cancellation);
+            if (verify) // now that most of it has been read
+                opened.verify(context.cancellation);
             volume.isWritable = writes && isChangeable(opened);
         } catch (const Failure& failure) {
             foreign = reasonForAnotherReader(failure);
             if (!foreign)
                 throw;
         }
-        if (foreign)
+        if (foreign) {
+            if (verify)
+                verifyWhatCanBeRead(opened, context.cancellation);
             unfoldForeign(slot, volume, *foreign);
+        }
         if (!volume.isWritable)
             closeForWriting(volume.mountPoint);
         slot.store(volume);

@@ -3,6 +3,8 @@
 #include <DiskImage/DiskImageError.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -14,8 +16,13 @@ namespace halvo::udif {
 namespace {
 
 constexpr int zlibLevel = 7;
-/// With this and no checksum, chunks are byte for byte those that macOS makes.
+/// What macOS takes, without a checksum. A dictionary beyond the chunk gains nothing and costs a sixth of the
+/// time.
 constexpr std::uint32_t lzmaPreset = 6;
+constexpr std::uint32_t lzmaDictionary = chunkSectors * sectorSize;
+/// Where a match is long enough, as 7-Zip's default level has it: a fourteenth less time for 0.3 % of the
+/// size.
+constexpr std::uint32_t lzmaNiceLength = 32;
 /// Decoding what macOS makes takes 9 MB.
 constexpr std::uint64_t lzmaMemoryLimit = 128u << 20;
 
@@ -68,8 +75,13 @@ Bytes deflate(ByteView plain) {
 Bytes encodeLZMA(ByteView plain) {
     Bytes stored(plain.size());
     std::size_t written = 0;
-    const lzma_ret result = lzma_easy_buffer_encode(lzmaPreset, LZMA_CHECK_NONE, nullptr, plain.data(),
-                                                    plain.size(), stored.data(), &written, stored.size());
+    lzma_options_lzma options{};
+    lzma_lzma_preset(&options, lzmaPreset);
+    options.dict_size = lzmaDictionary;
+    options.nice_len = lzmaNiceLength;
+    std::array<lzma_filter, 2> filters{{{LZMA_FILTER_LZMA2, &options}, {LZMA_VLI_UNKNOWN, nullptr}}};
+    const lzma_ret result = lzma_stream_buffer_encode(filters.data(), LZMA_CHECK_NONE, nullptr, plain.data(),
+                                                      plain.size(), stored.data(), &written, stored.size());
     if (result == LZMA_MEM_ERROR)
         throw std::bad_alloc();
     stored.resize(result == LZMA_OK ? written : 0); // 0: it did not shrink
@@ -77,7 +89,8 @@ Bytes encodeLZMA(ByteView plain) {
 }
 
 bool isZero(ByteView bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+    return bytes.empty() ||
+           (bytes[0] == 0 && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0);
 }
 
 } // namespace

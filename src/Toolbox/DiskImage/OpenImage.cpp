@@ -53,9 +53,9 @@ hfsplus::BlockSource& OpenImage::disk() {
     return source;
 }
 
-void OpenImage::verify() {
+void OpenImage::verify(const std::stop_token& cancellation) {
     if (udif)
-        udif->verify();
+        udif->verify(cancellation);
 }
 
 } // namespace halvo

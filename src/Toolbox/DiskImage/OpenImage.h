@@ -24,8 +24,8 @@ public:
     /// The disk is the file's own bytes.
     bool isRaw() const { return !udif; }
     int descriptor() const { return file.get(); }
-    /// Compares with the checksums, where the format has some.
-    void verify();
+    /// Compares with the checksums, where the format has some. What was read before costs nothing more.
+    void verify(const std::stop_token& cancellation);
 
 private:
     Descriptor file;

@@ -101,7 +101,7 @@ std::optional<std::vector<Partition>> readMasterBootRecord(ByteView sector, std:
 
 Partition wholeDisk(BlockSource& disk) {
     constexpr std::uint64_t volumeHeader = 1024;
-    Partition whole{"whole disk", "unknown partition", 0, disk.size() / sectorSize};
+    Partition whole{"whole disk", std::string(unknownPartition), 0, disk.size() / sectorSize};
     Bytes magic(36);
     if (disk.size() >= volumeHeader + magic.size()) {
         disk.read(volumeHeader, magic);

@@ -5,6 +5,8 @@
 #include <HFSPlus/VolumeReader.h>
 #include <Platform/Files.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <vector>
 
@@ -17,6 +19,10 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t listingLimit = 512u << 20;
+constexpr std::string_view typeField = "Type = ";
+constexpr std::string_view startOfItems = "----------";
+/// What 7-Zip says of a file that is no archive: "Cannot open the file as archive", "... as [Dmg] archive".
+constexpr std::string_view noArchive = "open the file as ";
 /// What HFS+ volumes hold for macOS alone.
 constexpr std::string_view privateFolders = "HFS+ Private";
 
@@ -31,11 +37,39 @@ struct Listing {
     std::uint64_t totalSize = 0;
 };
 
-/// Items are paragraphs of lines "Name = value".
+constexpr std::array<std::string_view, 4> containers{"Dmg", "GPT", "MBR", "APM"};
+constexpr std::array<std::string_view, 7> fileSystems{"APFS", "HFS", "FAT", "NTFS", "Iso", "Udf", "Ext"};
+
+bool isAmong(const auto& known, std::string_view type) {
+    return std::find(known.begin(), known.end(), type) != known.end();
+}
+
+/// 7-Zip opens archives of many kinds, and archives in archives. Only a volume, in whatever disk images
+/// consist of, is one.
+void requireVolume(const std::vector<std::string>& types) {
+    for (const std::string& type : types)
+        if (!isAmong(containers, type) && !isAmong(fileSystems, type))
+            throw DiskImageError(DiskImageError::NotRecognized{});
+    if (types.empty() || !isAmong(fileSystems, types.back()))
+        throw DiskImageError(DiskImageError::SevenZipFailed{"it finds no volume that it knows"});
+}
+
+/// The types of the archives, from the outermost to the one that is listed, then the items: paragraphs of
+/// lines "Name = value".
 Listing readListing(const std::string& text) {
     Listing listing;
     std::string path;
+    std::vector<std::string> types;
+    bool inItems = false;
     for (const std::string& line : split(text, '\n')) {
+        if (!inItems) {
+            if (line.starts_with(typeField))
+                types.emplace_back(trimmed(std::string_view(line).substr(typeField.size())));
+            inItems = line.starts_with(startOfItems);
+            if (inItems)
+                requireVolume(types);
+            continue;
+        }
         const auto value = [&](std::string_view name) -> std::optional<std::string> {
             if (!line.starts_with(name))
                 return std::nullopt;
@@ -53,6 +87,8 @@ Listing readListing(const std::string& text) {
             listing.items > hfsplus::UnfoldLimits().items)
             throw DiskImageError(DiskImageError::TooLarge{hfsplus::UnfoldLimits().totalSize});
     }
+    if (!inItems)
+        requireVolume(types);
     return listing;
 }
 
@@ -71,7 +107,8 @@ void makeLink(const fs::path& folder, const Link& link) {
         throw FileError("create", place, errno);
 }
 
-/// Files that can be read, folders that can be changed, and no special permissions.
+/// Files that can be read, folders that can be changed, and no special permissions; nothing else may be
+/// there.
 void settlePermissions(const fs::path& folder) {
     constexpr auto special = fs::perms::set_uid | fs::perms::set_gid | fs::perms::sticky_bit;
     for (fs::recursive_directory_iterator entry(folder), end; entry != end; ++entry) {
@@ -104,9 +141,11 @@ ProcessResult SevenZip::run(Arguments arguments, const std::string& reason) {
                                               .outputLimit = listingLimit,
                                               .cancellation = cancellation});
         constexpr int warning = 1;
-        if (!result.succeeded() && result.termination != Termination{.value = warning})
-            throw DiskImageError(DiskImageError::SevenZipFailed{result.errorText()});
-        return result;
+        if (result.succeeded() || result.termination == Termination{.value = warning})
+            return result;
+        if ((result.standardOutput + result.standardError).find(noArchive) != std::string::npos)
+            throw DiskImageError(DiskImageError::NotRecognized{});
+        throw DiskImageError(DiskImageError::SevenZipFailed{result.errorText()});
     }
     throw DiskImageError(DiskImageError::NeedsSevenZip{reason});
 }
@@ -115,7 +154,7 @@ SevenZip::Unfolded SevenZip::unfold(const fs::path& image, const fs::path& targe
                                     const std::string& reason) {
     // A password that nobody is there to give ends the wait for one.
     const Listing listing =
-        readListing(run({"l", "-slt", "-ba", "-p", "--", image.string()}, reason).standardOutput);
+        readListing(run({"l", "-slt", "-p", "--", image.string()}, reason).standardOutput);
     if (::mkdir(target.c_str(), 0700) != 0)
         throw FileError("create", target, errno);
     std::string excluded;

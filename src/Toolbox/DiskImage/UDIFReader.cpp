@@ -5,12 +5,15 @@
 
 #include <DiskImage/DiskImageError.h>
 #include <HFSPlus/HFSPlusError.h>
+#include <HFSPlus/VolumeReader.h>
 
 #include <algorithm>
 #include <array>
 #include <list>
+#include <optional>
 
 #include <libdeflate.h>
+#include <zlib.h>
 
 namespace halvo {
 namespace {
@@ -33,6 +36,24 @@ constexpr std::size_t pieceSize = 1u << 20;
 }
 
 bool isEmpty(const Chunk& chunk) { return chunk.type == ChunkType::zero || chunk.type == ChunkType::ignored; }
+
+/// Of two pieces one after the other, from the checksum of each.
+std::uint32_t combined(std::uint32_t first, std::uint32_t second, std::uint64_t secondSize) {
+    return static_cast<std::uint32_t>(crc32_combine(first, second, static_cast<z_off_t>(secondSize)));
+}
+
+/// In no more steps than the size has bits: an image may claim more zeros than could ever be read.
+std::uint32_t checksumOfZeros(std::uint64_t size) {
+    constexpr std::uint8_t zero = 0;
+    std::uint32_t sum = 0;
+    std::uint32_t ofPower = libdeflate_crc32(0, &zero, 1);
+    for (std::uint64_t power = 1; power <= size; power *= 2) {
+        if ((size & power) != 0)
+            sum = combined(sum, ofPower, power);
+        ofPower = combined(ofPower, ofPower, power);
+    }
+    return sum;
+}
 
 /// Where a chunk's bytes lie in the file; throws when that is not inside of it.
 void locate(Chunk& chunk, const udif::Trailer& trailer, const Table& table, std::uint64_t fileSize) {
@@ -71,12 +92,14 @@ struct UDIFReader::Contents {
         Bytes bytes{};
     };
     std::list<Decoded> cache{}; ///< the latest first
+    /// Of the plain bytes of each chunk, once they have been decoded.
+    std::vector<std::optional<std::uint32_t>> checksums{};
 
     void readTables(const udif::Trailer& trailer);
     Bytes stored(const Chunk& chunk);
     const Bytes& decoded(const Chunk& chunk);
     void readFrom(const Chunk& chunk, std::uint64_t skipped, std::span<std::uint8_t> into);
-    std::uint32_t checksum(const Table& table, const Chunk* first);
+    std::uint32_t checksum(std::size_t chunk);
 };
 
 void UDIFReader::Contents::readTables(const udif::Trailer& trailer) {
@@ -101,6 +124,13 @@ void UDIFReader::Contents::readTables(const udif::Trailer& trailer) {
         }
     }
     sectorCount = std::max(end, trailer.sectorCount);
+    checksums.resize(chunks.size());
+    // Many chunks may be stored in the same few bytes.
+    std::uint64_t decodedSize = 0;
+    for (const Chunk& chunk : chunks)
+        decodedSize += isEmpty(chunk) ? 0 : chunk.sectorCount * sectorSize;
+    if (const std::uint64_t limit = hfsplus::UnfoldLimits().totalSize; decodedSize > limit)
+        throw DiskImageError(DiskImageError::TooLarge{limit});
 }
 
 Bytes UDIFReader::Contents::stored(const Chunk& chunk) {
@@ -116,6 +146,9 @@ const Bytes& UDIFReader::Contents::decoded(const Chunk& chunk) {
         cache.splice(cache.begin(), cache, known);
     } else {
         Bytes bytes = udif::decodeChunk(chunk.type, stored(chunk), chunk.sectorCount * sectorSize);
+        auto& sum = checksums[static_cast<std::size_t>(&chunk - chunks.data())];
+        if (!sum)
+            sum = libdeflate_crc32(0, bytes.data(), bytes.size());
         cache.push_front({&chunk, std::move(bytes)});
         if (cache.size() > cachedChunks)
             cache.pop_back();
@@ -133,21 +166,25 @@ void UDIFReader::Contents::readFrom(const Chunk& chunk, std::uint64_t skipped, s
     }
 }
 
-std::uint32_t UDIFReader::Contents::checksum(const Table& table, const Chunk* chunk) {
-    std::uint32_t crc = 0;
-    Bytes piece(pieceSize);
-    for (std::size_t count = table.chunks.size(); count > 0; --count, ++chunk) {
-        if (chunk->type == ChunkType::ignored)
-            continue;
-        const std::uint64_t size = chunk->sectorCount * sectorSize;
-        for (std::uint64_t done = 0; done < size;) {
-            const auto part = std::span(piece).first(std::min<std::uint64_t>(piece.size(), size - done));
-            readFrom(*chunk, done, part);
-            crc = libdeflate_crc32(crc, part.data(), part.size());
-            done += part.size();
-        }
+std::uint32_t UDIFReader::Contents::checksum(std::size_t index) {
+    const Chunk& chunk = chunks[index];
+    const std::uint64_t size = chunk.sectorCount * sectorSize;
+    if (isEmpty(chunk))
+        return checksumOfZeros(size);
+    if (chunk.type != ChunkType::raw) {
+        if (!checksums[index])
+            decoded(chunk);
+        return *checksums[index];
     }
-    return crc;
+    std::uint32_t sum = 0;
+    Bytes piece(std::min<std::uint64_t>(pieceSize, size));
+    for (std::uint64_t done = 0; done < size;) {
+        const auto part = std::span(piece).first(std::min<std::uint64_t>(piece.size(), size - done));
+        readFrom(chunk, done, part);
+        sum = libdeflate_crc32(sum, part.data(), part.size());
+        done += part.size();
+    }
+    return sum;
 }
 
 bool UDIFReader::recognizes(BlockSource& file) {
@@ -198,12 +235,24 @@ void UDIFReader::read(std::uint64_t offset, std::span<std::uint8_t> into) {
     }
 }
 
-void UDIFReader::verify() {
-    const Chunk* first = contents->chunks.data();
+void UDIFReader::verify(const std::stop_token& cancellation) {
+    std::size_t chunk = 0;
     for (const Table& table : contents->tables) {
-        if (table.checksum != 0 && contents->checksum(table, first) != table.checksum)
+        const std::size_t end = chunk + table.chunks.size();
+        if (table.checksum == 0) { // none was made
+            chunk = end;
+            continue;
+        }
+        std::uint32_t sum = 0;
+        for (; chunk < end; ++chunk) {
+            if (cancellation.stop_requested())
+                throw CancelledError();
+            const Chunk& part = contents->chunks[chunk];
+            if (part.type != ChunkType::ignored)
+                sum = combined(sum, contents->checksum(chunk), part.sectorCount * sectorSize);
+        }
+        if (sum != table.checksum)
             damaged("the checksum of \"" + table.name + "\" is wrong");
-        first += table.chunks.size();
     }
 }
 

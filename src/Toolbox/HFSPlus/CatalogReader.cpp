@@ -22,6 +22,8 @@ using namespace std::string_view_literals;
 /// Systems that run this take no longer one.
 constexpr std::size_t longestPath = 4096;              ///< bytes
 constexpr std::size_t deepestFolder = longestPath / 2; ///< a name and a slash for each level
+/// Of all items together: deep folders full of files would fill the memory from a small catalog.
+constexpr std::size_t mostPathBytes = std::size_t{256} << 20;
 constexpr std::u16string_view hardLinkFolder = u"\0\0\0\0HFS+ Private Data"sv;
 constexpr std::u16string_view folderLinkFolder = u".HFS+ Private Directory Data\r"sv;
 
@@ -80,7 +82,7 @@ private:
     void readItem(CatalogEntry& entry, BinaryReader& value, bool isFolder);
     void findHidden(bool isJournaled);
     const std::string* folderPath(CatalogID folder);
-    std::string itemPath(const std::string& folder, std::u16string_view stored) const;
+    std::string itemPath(const std::string& folder, std::u16string_view stored);
     void addHardLinks(std::vector<VolumeItem>& items,
                       std::vector<std::pair<std::string, const CatalogEntry*>> links) const;
 
@@ -96,6 +98,7 @@ private:
     /// By ID; without a value what is below a hidden folder.
     std::unordered_map<CatalogID, std::optional<std::string>> folderPaths{};
     bool hasCustomIcon = false;
+    std::size_t pathBytes = 0; ///< of the paths made so far
 };
 
 void CatalogReader::take(BinaryReader key, BinaryReader value) {
@@ -195,12 +198,13 @@ const std::string* CatalogReader::folderPath(CatalogID folder) {
     return result ? &*result : nullptr;
 }
 
-std::string CatalogReader::itemPath(const std::string& folder, std::u16string_view stored) const {
+std::string CatalogReader::itemPath(const std::string& folder, std::u16string_view stored) {
     const auto name = fileName(stored);
     if (!name)
         throw HFSPlusError(HFSPlusError::UnsafeName{shownName(stored)});
     std::string path = folder.empty() ? *name : folder + "/" + *name;
-    if (path.size() > longestPath)
+    pathBytes += path.size();
+    if (path.size() > longestPath || pathBytes > mostPathBytes)
         throw HFSPlusError(HFSPlusError::TooLarge{"it has folders in folders too deep"});
     return path;
 }

@@ -134,7 +134,8 @@ void visitLeafRecords(const Fork& tree, const VolumeBlocks& volume,
             BinaryReader reader(record);
             const std::size_t keyLength = reader.readUInt16();
             const ByteView key = reader.readBytes(keyLength);
-            visit(BinaryReader(key), BinaryReader(record.subspan(reader.position() + keyLength % 2)));
+            reader.skip(keyLength % 2);
+            visit(BinaryReader(key), BinaryReader(record.subspan(reader.position())));
         }
     }
 }

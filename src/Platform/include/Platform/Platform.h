@@ -31,7 +31,7 @@ struct Platform {
     Log& log;
     std::filesystem::path temporaryDirectory; ///< `TMPDIR`, or the system's
     std::filesystem::path homeDirectory;
-    std::stop_token cancellation; ///< requested by Ctrl-C and SIGTERM; every blocking call is given it
+    std::stop_token cancellation;       ///< requested by Ctrl-C and SIGTERM; every blocking call is given it
     std::filesystem::path executable{}; ///< the running program, links resolved; empty when it cannot be told
 };
 

@@ -51,7 +51,7 @@ public:
 
     /// Unfolds the volume of an image into a folder. One that is attached already stays as it is. Images that
     /// cannot be written back are read-only whatever is asked for. `verify` compares an image's checksums
-    /// first.
+    /// too.
     AttachedVolume attach(const std::filesystem::path& image, bool readOnly, bool verify);
     /// Writes what changed back into the image and removes the folder. `target` is a mount point or a device.
     /// Gives the device.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace halvo {
@@ -19,6 +20,9 @@ struct Partition {
     std::uint64_t sectorCount = 0;
     bool operator==(const Partition&) const = default;
 };
+
+/// The type of a whole disk that is neither divided nor a volume of Apple's.
+constexpr std::string_view unknownPartition = "unknown partition";
 
 /// How a disk is divided.
 struct PartitionMap {

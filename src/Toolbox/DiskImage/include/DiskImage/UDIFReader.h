@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <stop_token>
 
 namespace halvo {
 
@@ -15,8 +16,8 @@ public:
     /// Whether the file ends in the trailer of a UDIF image. What is not read counts as no.
     static bool recognizes(hfsplus::BlockSource& file);
 
-    /// `file` must outlive the reader. Throws DiskImageError (`Damaged`), PropertyListError and what `file`
-    /// raises.
+    /// `file` must outlive the reader. Throws DiskImageError (`Damaged`, `TooLarge`), PropertyListError and
+    /// what `file` raises.
     explicit UDIFReader(hfsplus::BlockSource& file);
     ~UDIFReader() override;
 
@@ -25,9 +26,9 @@ public:
     /// raises.
     void read(std::uint64_t offset, std::span<std::uint8_t> into) override;
 
-    /// Compares the disk with the checksums of its regions, on all cores. Throws DiskImageError (`Damaged`),
-    /// as read().
-    void verify();
+    /// Compares the disk with the checksums of its regions. Chunks that were read before are not decompressed
+    /// again. Throws CancelledError, DiskImageError (`Damaged`), and as read().
+    void verify(const std::stop_token& cancellation = {});
 
 private:
     struct Contents;

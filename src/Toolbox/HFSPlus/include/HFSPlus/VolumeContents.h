@@ -54,8 +54,8 @@ public:
     VolumeContents& operator=(VolumeContents&&) noexcept;
     ~VolumeContents();
 
-    /// Of the smallest volume of that name that holds the content, in bytes: a multiple of the block size 4096.
-    /// Throws HFSPlusError (`InvalidName`, `TooLarge`).
+    /// Of the smallest volume of that name that holds the content, in bytes: a multiple of the block size
+    /// 4096. Throws HFSPlusError (`InvalidName`, `TooLarge`).
     std::uint64_t minimumSize(std::string_view volumeName) const;
     /// Of every item and of the root.
     const CatalogIDs& catalogIDs() const;
