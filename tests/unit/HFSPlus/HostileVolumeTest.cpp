@@ -57,6 +57,18 @@ struct Image final : BlockSource {
         const auto found = std::search(bytes.begin(), bytes.end(), wanted.begin(), wanted.end());
         return static_cast<std::size_t>(found - bytes.begin()) + wanted.size() - 1;
     }
+    /// Makes the first record of the leaf one byte shorter, and its key end where the record ends.
+    void fillFirstRecordWithItsKey() {
+        const std::size_t secondOffset = leaf() + 4096 - 4;
+        const std::size_t end = BinaryReader(bytes).block(secondOffset, 2).readUInt16() - 1U;
+        constexpr std::size_t begin = 14; // behind the node's descriptor
+        BinaryWriter offset;
+        offset.writeUInt16(static_cast<std::uint16_t>(end));
+        put(secondOffset, offset.bytes());
+        BinaryWriter keyLength;
+        keyLength.writeUInt16(static_cast<std::uint16_t>(end - begin - 2));
+        put(leaf() + begin, keyLength.bytes());
+    }
     void rename(std::u16string_view name, std::u16string_view other) {
         BinaryWriter writer;
         writer.writeUTF16String(other);
@@ -125,6 +137,8 @@ INSTANTIATE_TEST_SUITE_P(
         DamageCase{"leafThatIsNone", [](Image& image) { image.bytes[image.leaf() + 8] = 0; }, damaged},
         DamageCase{"tooManyRecords", [](Image& image) { image.bytes[image.leaf() + 10] = 0xFF; }, damaged},
         DamageCase{"recordsOverlap", [](Image& image) { image.bytes[image.leaf() + 4095 - 2] = 0; }, damaged},
+        DamageCase{"oddKeyThatFillsItsRecord", [](Image& image) { image.fillFirstRecordWithItsKey(); },
+                   damaged},
         DamageCase{"dots", [](Image& image) { image.rename(u"ab", u".."); }, unsafeName},
         DamageCase{"slash", [](Image& image) { image.rename(u"ab", u":a"); }, unsafeName},
         DamageCase{"loneSurrogate", [](Image& image) { image.rename(u"kl", u"k\xD800"); }, unsafeName},
