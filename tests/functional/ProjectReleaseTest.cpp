@@ -4,6 +4,7 @@
 #include <Base/Text.h>
 #include <Platform/PropertyList.h>
 #include <Support/CaseName.h>
+#include <Support/FaultServer.h>
 #include <Support/TestData.h>
 
 namespace halvo::test {
@@ -264,7 +265,36 @@ TEST_F(ProjectRelease, needsAnAnswerForAnAutomaticBuildNumber) {
     EXPECT_THAT(unreachable.error, HasSubstr("\nFetching released builds for com.example.Demo\n"));
     expectReport(build({"--format", "json", "--build-number", "auto"}, {{"AWS_ACCESS_KEY_ID", ""}}),
                  "app_not_configured", StartsWith("No S3 credentials found."));
+    expectReport(build({"--format", "json", "--build-number", "auto"}, {{"HALVO_S3_BUCKET", ""}}),
+                 "not_authenticated", StartsWith("Not logged in."));
     EXPECT_THAT(tools.argumentsOf("xcodebuild archive"), IsEmpty());
+}
+
+TEST_F(ProjectRelease, numbersTheNextBuildOfAHostedApp) {
+    const std::string id = "0F2C3F5E-0000-4000-8000-0123456789AB";
+    const nlohmann::json draft{{"id", id},
+                               {"title", "1.1 (41)"},
+                               {"bundleVersion", 41},
+                               {"bundleVersionString", "1.1"},
+                               {"releaseNotes", ""},
+                               {"minimumSystemVersion", "13.0"},
+                               {"fileSize", 1},
+                               {"isPhasedRollout", false},
+                               {"isCritical", false},
+                               {"isPublished", false}};
+    const nlohmann::json app{{"id", id},
+                             {"name", "Demo"},
+                             {"bundleIdentifier", "com.example.Demo"},
+                             {"appcastURL", "https://dl.example.com/a.xml"},
+                             {"stripeManagedPayments", false},
+                             {"releases", {draft}}};
+    const ServerReply apps{.body = nlohmann::json::array({app}).dump()};
+    const FaultServer service({apps, apps});
+    build({"--build-number", "auto"},
+          {{"HALVO_S3_BUCKET", ""}, {"HALVO_SERVER_URL", service.url()}, {"HALVO_TOKEN", "token"}});
+    const auto calls = tools.argumentsOf("xcodebuild archive");
+    ASSERT_THAT(calls, SizeIs(1));
+    EXPECT_THAT(calls[0], Contains("CURRENT_PROJECT_VERSION=42"));
 }
 
 TEST_F(ProjectRelease, installsTheProfileOfTheEnvironmentAndLeavesNoCopy) {

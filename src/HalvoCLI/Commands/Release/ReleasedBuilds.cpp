@@ -33,9 +33,11 @@ std::vector<Release> fetchReleasedBuilds(const std::string& bundleIdentifier,
     const ReleaseDestination destination =
         resolveReleaseDestination(bundleIdentifier, localApps, options, platform.environment);
     const auto app = localAppOf(destination, {.name = bundleIdentifier, .identifier = bundleIdentifier});
-    if (!app)
-        return requireLogin(
-            [&] { return fetchHostedReleases(bundleIdentifier, DependencyContainer(platform).apiClient()); });
+    if (!app) {
+        DependencyContainer services(platform);
+        requireToken(services);
+        return requireLogin([&] { return fetchHostedReleases(bundleIdentifier, services.apiClient()); });
+    }
     const S3Access access = credentials.resolveS3Credentials(bundleIdentifier);
     S3AppcastStorage feed(app->storage.s3(), access.credentials, access.sessionToken, platform);
     return AppcastReleaseRepository(app->name, feed, app->storage.publicBaseURL(), platform.clock).list();
