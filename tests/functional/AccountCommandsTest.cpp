@@ -33,7 +33,7 @@ protected:
     /// the terminal shows after the last one, which is the password's.
     std::string converse(const std::string& command, const std::string& answers) {
         const std::string shown =
-            script("HALVO_SERVER_URL=$1 TERM=xterm \"$2\" \"$3\" \"$4\" <\"$5\" | tr -d '\\r'",
+            script("HALVO_SERVER_URL=$1 \"$2\" \"$3\" \"$4\" <\"$5\" | tr -d '\\r'",
                    {service->address(), HALVO_TOOLS "/at-terminal", HALVO_PROGRAM, command,
                     folder.write("answers", answers).string()});
         EXPECT_EQ(shown.find(password), std::string::npos) << "the terminal shows the password";
