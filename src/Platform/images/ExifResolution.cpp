@@ -133,7 +133,8 @@ Bytes withExifDensity(ByteView exif, PixelDensity density) {
     static constexpr std::uint8_t emptyBlock[] = {'M', 'M', 0, magicNumber, 0, 0, 0, 8, 0, 0, 0, 0, 0, 0};
     const Block block(exif.empty() ? ByteView(emptyBlock) : exif);
     Bytes output(block.bytes.begin(), block.bytes.end());
-    output.resize(output.size() + output.size() % 2);
+    if (output.size() % 2 != 0) // values begin at even offsets
+        output.push_back(0);
     BlockWriter writer(output, block.littleEndian);
 
     const auto values = static_cast<std::uint32_t>(output.size());
