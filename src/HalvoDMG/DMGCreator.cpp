@@ -172,7 +172,7 @@ URL DMGCreator::defaultOutputURL(const URL& appURL) {
 URL DMGCreator::create(const URL& appURL, const std::optional<URL>& outputURL,
                        const DMGConfiguration& configuration, const Progress& progress) const {
     requireApp(appURL);
-    const URL output = outputURL.value_or(defaultOutputURL(appURL));
+    URL output = outputURL.value_or(defaultOutputURL(appURL));
     if (mayExist(output.filePath()))
         throw DMGCreationError(DMGCreationError::OutputAlreadyExists{output});
 

@@ -113,8 +113,8 @@ fs::path normalized(const fs::path& path) {
     return normal.has_filename() ? normal : normal.parent_path();
 }
 
-std::string fileNameOf(std::string volumeName) {
-    std::string name = repairedUTF8(std::move(volumeName));
+std::string fileNameOf(const std::string& volumeName) {
+    std::string name = repairedUTF8(volumeName);
     name.erase(std::remove(name.begin(), name.end(), '\0'), name.end());
     std::replace(name.begin(), name.end(), '/', ':');
     name.resize(std::min(name.size(), longestFileName));
@@ -277,7 +277,7 @@ AttachedVolumes::Slot::Slot(fs::path place, FileLock held)
     : folder(std::move(place)), name(folder.filename().string()), lock(std::move(held)) {}
 
 fs::path AttachedVolumes::Slot::makeMountPoint(const std::string& volumeName) const {
-    const fs::path mountPoint = folder / volumesName / fileNameOf(volumeName);
+    fs::path mountPoint = folder / volumesName / fileNameOf(volumeName);
     for (const fs::path& made : {mountPoint.parent_path(), mountPoint})
         if (::mkdir(made.c_str(), 0700) != 0)
             throw FileError("create", made, errno);

@@ -24,7 +24,7 @@ fs::path newImagePath(const fs::path& given) {
 
 fs::path DiskImages::convert(const fs::path& image, const fs::path& given, Compression compression,
                              const Progress& progress) {
-    const fs::path output = newImagePath(given);
+    fs::path output = newImagePath(given);
     OpenImage opened(image, OpenImage::Access::read);
     // What is in the folder is not yet in the image.
     if (const auto volume = attachedVolume(image); volume && volume->isWritable)

@@ -68,7 +68,7 @@ DiskImages::DiskImages(Context services)
 
 fs::path DiskImages::create(const fs::path& folder, const std::string& volumeName, const fs::path& image,
                             const Progress& progress) {
-    const fs::path output = newImagePath(image);
+    fs::path output = newImagePath(image);
     const hfsplus::VolumeContents contents(folder, {.latestDate = latestDate});
     hfsplus::VolumeProperties properties{
         .name = volumeName, .creationDate = std::min(context.now, latestDate.value_or(context.now))};

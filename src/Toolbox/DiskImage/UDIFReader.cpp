@@ -18,7 +18,6 @@
 namespace halvo {
 namespace {
 
-using hfsplus::BlockSource;
 using udif::Chunk;
 using udif::ChunkType;
 using udif::sectorSize;

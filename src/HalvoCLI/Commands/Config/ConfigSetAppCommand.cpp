@@ -42,7 +42,7 @@ private:
     /// What other users of the machine cannot see in the list of processes: asked for at a terminal,
     /// otherwise the first line of standard input.
     std::string readSecret(const Services& services, Terminal& terminal) const {
-        const std::string secret =
+        std::string secret =
             terminal.interactive()
                 ? terminal.textPrompt(
                       {.title = wordOf(field), .prompt = "What is the new value?", .secure = true})

@@ -79,6 +79,7 @@ std::optional<Case> parseConfigWord(const std::string& text) {
 template<typename Case>
 std::vector<std::string> allConfigWords() {
     std::vector<std::string> words;
+    words.reserve(std::size(configWords<Case>));
     for (const ConfigWord& word : configWords<Case>)
         words.emplace_back(word.word);
     return words;
