@@ -131,8 +131,6 @@ BinaryPreparationService::assessNotarization(const ImportedBundle& importedBundl
     try {
         return tools.isNotarized(importedBundle.bundleInfo().url) ? NotarizationAssessment::alreadyNotarized
                                                                   : NotarizationAssessment::notNotarized;
-    } catch (const CancelledError&) {
-        throw;
     } catch (const std::exception&) {
         return NotarizationAssessment::notNotarized; // a check that cannot be made promises nothing
     }

@@ -49,8 +49,6 @@ void HalvoReleaseUploader::uploadIcon(const URL& icon) {
     try {
         const UploadedIcon png(icon, iconConverter);
         apiClient.uploadAppIcon(png.file(), app.id);
-    } catch (const CancelledError&) {
-        throw;
     } catch (const std::exception&) {
         return; // the release stands without its picture
     }

@@ -51,8 +51,6 @@ template<typename Case, typename Action>
 auto S3Uploader::attempt(std::string_view operation, Action action) const {
     try {
         return action();
-    } catch (const CancelledError&) {
-        throw;
     } catch (const Failure& error) {
         throw S3UploadError(Case{formatError(error, operation)});
     }

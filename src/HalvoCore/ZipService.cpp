@@ -66,8 +66,6 @@ BundleInfo ZipService::extractBundleInfo(const URL& zipURL) const {
     const TemporaryDirectory folder(temporaryDirectory, "");
     try {
         extractZip(zipURL.filePath(), folder.path(), {.wanted = isMetadata, .cancellation = cancellation});
-    } catch (const CancelledError&) {
-        throw;
     } catch (const Failure& failure) {
         throw ZipError(ZipError::ExtractionFailed{failure.description()});
     }

@@ -133,8 +133,6 @@ std::string XcodeArchiveService::bundleIdentifier(const std::filesystem::path& p
     ProcessResult result;
     try {
         result = runQuery(arguments, buildSettingsLimit);
-    } catch (const CancelledError&) {
-        throw;
     } catch (const Failure& failure) {
         failBuildSettings("Failed to run xcodebuild: " + failure.description());
     }
@@ -152,8 +150,6 @@ std::vector<std::string> XcodeArchiveService::listSchemes(const std::filesystem:
     ProcessResult result;
     try {
         result = runQuery({"-list", "-json", projectOption(type), project.string()}, schemesLimit);
-    } catch (const CancelledError&) {
-        throw;
     } catch (const Failure& failure) {
         failSchemes("Failed to run xcodebuild: " + failure.description());
     }

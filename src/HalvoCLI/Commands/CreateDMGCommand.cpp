@@ -56,8 +56,6 @@ public:
         const auto terminal = services.makeTerminal();
         try {
             create(services, *terminal);
-        } catch (const CancelledError&) {
-            throw;
         } catch (const std::exception& error) {
             const auto* creation = dynamic_cast<const DMGCreationError*>(&error);
             if (creation != nullptr && terminal->interactive() &&

@@ -30,8 +30,6 @@ public:
         }
         try {
             sign(services, *terminal);
-        } catch (const CancelledError&) {
-            throw;
         } catch (const KeychainError& error) {
             terminal->print(TerminalText::danger("Keychain error: " + error.description()));
             throw ExitCode{ExitCode::failure};

@@ -17,8 +17,6 @@ template<typename Action>
 decltype(auto) withFailurePrefix(const std::string& prefix, Action&& action) {
     try {
         return action();
-    } catch (const CancelledError&) {
-        throw;
     } catch (const CLIError&) {
         throw;
     } catch (const std::exception& error) {
@@ -32,8 +30,6 @@ template<typename Work>
 void endingOnFailure(Terminal& terminal, int status, Work&& work) {
     try {
         work();
-    } catch (const CancelledError&) {
-        throw;
     } catch (const std::exception& error) {
         terminal.print(TerminalText::danger(describe(error)));
         throw ExitCode{status};
@@ -48,8 +44,6 @@ bool reportingFailure(Terminal& terminal, std::string_view prefix, Operation&& o
     try {
         std::forward<Operation>(operation)();
         return true;
-    } catch (const CancelledError&) {
-        throw;
     } catch (const std::exception& error) {
         terminal.print(TerminalText::danger(std::string(prefix) + describe(error)));
         return false;

@@ -2,6 +2,8 @@
 
 #include <exception>
 #include <string>
+#include <utility>
+#include <variant>
 
 namespace halvo {
 
@@ -21,11 +23,34 @@ private:
     std::string text;
 };
 
-/// Raised out of a blocking call whose cancellation was requested (Ctrl-C, SIGTERM).
-class CancelledError : public Failure {
+/// The failures of one subsystem, each case a struct with its payload and its sentence:
+///
+///     struct ZipCases {
+///         struct NoAppFound {
+///             std::string description() const { return "No .app bundle found in ZIP"; }
+///         };
+///         using Case = std::variant<NoAppFound>;
+///     };
+///     using ZipError = FailureOf<ZipCases>;     // throw ZipError(ZipError::NoAppFound())
+template<typename Cases>
+class FailureOf : public Failure, public Cases {
 public:
-    CancelledError() : Failure("The operation was cancelled.") {}
+    explicit FailureOf(typename Cases::Case problem)
+        : Failure(std::visit([](const auto& one) { return one.description(); }, problem)),
+          which(std::move(problem)) {}
+
+    template<typename One>
+    bool is() const {
+        return std::holds_alternative<One>(which);
+    }
+
+    typename Cases::Case which; ///< callers branch on this, never on the sentence
 };
+
+/// Raised out of a blocking call whose cancellation was requested (Ctrl-C, SIGTERM). It is not a
+/// `std::exception`, so that no handler of failures takes it for one; only `main` and the commands that
+/// report a cancellation catch it.
+class CancelledError {};
 
 /// The sentence of any exception: a Failure's description, else what the library said.
 std::string describe(const std::exception& error);

@@ -33,8 +33,6 @@ private:
                 terminal.print("Note: Not logged in. Showing local apps only.");
                 whenNone = "No local apps found. Log in to see Halvo-hosted apps.";
             }
-        } catch (const CancelledError&) {
-            throw;
         } catch (const Failure& failure) { // those of this machine can be shown all the same
             terminal.print(
                 TerminalText::danger("Failed to fetch Halvo-hosted apps: " + failure.description()));

@@ -110,8 +110,6 @@ private:
                 terminal.wait("Fetching the app",
                               [&] { return ServerAppRepository(container.apiClient()).fetch(bundleId); }),
                 service);
-        } catch (const CancelledError&) {
-            throw;
         } catch (const Failure&) {
             return std::nullopt;
         }

@@ -85,8 +85,6 @@ std::int64_t ProjectBuild::resolveAutoBuildNumber(const URL& project, const Fetc
         return nextBundleVersion(fetchReleases(bundle));
     } catch (const CLIError&) {
         throw;
-    } catch (const CancelledError&) {
-        throw;
     } catch (const std::exception& error) {
         throw unknownBuildNumber(error);
     }

@@ -67,8 +67,6 @@ CLIError reportOf(const std::exception& error) {
             return CLIError::provisioningProfileRequired(needed->text);
     if (isNotPermitted(error))
         return {"release_failed", text};
-    if (dynamic_cast<const CancelledError*>(&error) != nullptr)
-        return {"cancelled", "The release was cancelled."};
     return {"release_failed", "Release failed: " + text};
 }
 
@@ -96,6 +94,9 @@ public:
                 throw;
             }
         } catch (const ExitCode&) {
+            throw ExitCode{ExitCode::failure};
+        } catch (const CancelledError&) {
+            context.emit(CLIError("cancelled", "The release was cancelled." + leftovers));
             throw ExitCode{ExitCode::failure};
         } catch (const std::exception& error) {
             report(error, leftovers, services, context);

@@ -74,8 +74,6 @@ bool SetupFlow::isSetUp(const BundleInfo& app) {
         if (registered != nullptr)
             terminal.print("App \"" + registered->name + "\" is already registered on Halvo.");
         return registered != nullptr;
-    } catch (const CancelledError&) {
-        throw;
     } catch (const Failure& failure) { // no reason not to set up an app that does not need the service
         terminal.warning({{.message = "Could not check whether the app is registered on Halvo: " +
                                       failure.description()}});
