@@ -5,6 +5,21 @@
 namespace halvo {
 namespace {
 
+/// Calls `field` with the key and the value of each field that JSON holds as it is.
+template<typename Item, typename Field>
+void visitFields(Item& item, Field&& field) {
+    field("title", item.title);
+    field("releaseNotes", item.releaseNotes);
+    field("enclosureLength", item.enclosureLength);
+    field("version", item.version);
+    field("shortVersionString", item.shortVersionString);
+    field("minimumSystemVersion", item.minimumSystemVersion);
+    field("edSignature", item.edSignature);
+    field("isPhasedRollout", item.isPhasedRollout);
+    field("isCritical", item.isCritical);
+    field("isPublished", item.isPublished);
+}
+
 template<typename Value>
 Value required(const nlohmann::json& json, const char* key, const std::optional<Value>& value) {
     if (!value)
@@ -13,62 +28,29 @@ Value required(const nlohmann::json& json, const char* key, const std::optional<
     return *value;
 }
 
-/// Combines the hash of one more field into `seed`.
-template<typename Value>
-void combine(std::size_t& seed, const Value& value) {
-    seed ^= std::hash<Value>()(value) + 0x9E3779B97F4A7C15 + (seed << 6) + (seed >> 2);
-}
-
 } // namespace
 
 void to_json(nlohmann::json& json, const AppcastItem& item) {
-    json = {{"title", item.title},
-            {"pubDate", secondsSinceReferenceDate(item.pubDate)},
-            {"releaseNotes", item.releaseNotes},
-            {"enclosureURL", item.enclosureURL.absoluteString()},
-            {"enclosureLength", item.enclosureLength},
-            {"version", item.version},
-            {"shortVersionString", item.shortVersionString},
-            {"minimumSystemVersion", item.minimumSystemVersion},
-            {"edSignature", item.edSignature},
-            {"isPhasedRollout", item.isPhasedRollout},
-            {"isCritical", item.isCritical},
-            {"isPublished", item.isPublished}};
+    json = {{"pubDate", secondsSinceReferenceDate(item.pubDate)},
+            {"enclosureURL", item.enclosureURL.absoluteString()}};
+    visitFields(item, [&](const char* key, const auto& value) { json[key] = value; });
     if (item.channel)
         json["channel"] = *item.channel;
 }
 
 void from_json(const nlohmann::json& json, AppcastItem& item) {
-    json.at("title").get_to(item.title);
+    visitFields(item, [&](const char* key, auto& value) { json.at(key).get_to(value); });
     item.pubDate = required(json, "pubDate", dateFromReferenceSeconds(json.at("pubDate").get<double>()));
-    json.at("releaseNotes").get_to(item.releaseNotes);
     item.enclosureURL =
         required(json, "enclosureURL", URL::parse(json.at("enclosureURL").get_ref<const std::string&>()));
-    json.at("enclosureLength").get_to(item.enclosureLength);
-    json.at("version").get_to(item.version);
-    json.at("shortVersionString").get_to(item.shortVersionString);
-    json.at("minimumSystemVersion").get_to(item.minimumSystemVersion);
-    json.at("edSignature").get_to(item.edSignature);
     item.channel.reset();
     if (const auto channel = json.find("channel"); channel != json.end() && !channel->is_null())
         item.channel = channel->get<std::string>();
-    json.at("isPhasedRollout").get_to(item.isPhasedRollout);
-    json.at("isCritical").get_to(item.isCritical);
-    json.at("isPublished").get_to(item.isPublished);
 }
 
 } // namespace halvo
 
 std::size_t std::hash<halvo::AppcastItem>::operator()(const halvo::AppcastItem& item) const noexcept {
-    std::size_t seed = 0;
-    for (const std::string* text : {&item.title, &item.releaseNotes, &item.enclosureURL.absoluteString(),
-                                    &item.shortVersionString, &item.minimumSystemVersion, &item.edSignature})
-        halvo::combine(seed, *text);
-    halvo::combine(seed, item.channel);
-    halvo::combine(seed, item.pubDate.time_since_epoch().count());
-    halvo::combine(seed, item.enclosureLength);
-    halvo::combine(seed, item.version);
-    for (const bool flag : {item.isPhasedRollout, item.isCritical, item.isPublished})
-        halvo::combine(seed, flag);
-    return seed;
+    using nlohmann::json;
+    return std::hash<std::string>()(json(item).dump(-1, ' ', false, json::error_handler_t::replace));
 }

@@ -61,7 +61,7 @@ TEST(StoredVersion, matchesAsAnInteger) {
         bool isReplaced; ///< by version 42
     } cases[] = {{"plus", "+42", true},         {"inCDATA", "<![CDATA[42]]>", true},
                  {"reference", "&#52;2", true}, {"fraction", "42.1", false},
-                 {"blank", " 42", false},       {"overflow", "18446744073709551658", false}};
+                 {"blank", " 42\n", true},      {"overflow", "18446744073709551658", false}};
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
         const std::string feed = feedWith("    " + itemText(row.stored, "old") + "\n");
@@ -79,12 +79,14 @@ TEST_F(AppcastEditorTest, replacesEveryItemOfTheVersion) {
 
 TEST_F(AppcastEditorTest, deletesTheFirstWithBothNumbers) {
     const auto remove = [](const std::string& feed, const char* shortVersionString) {
-        return makeEditor().deleteItem(42, shortVersionString, viewBytes(feed));
+        return makeEditor().deleteItem({42, shortVersionString}, viewBytes(feed));
     };
     const std::string first = "    " + itemText("42", "1.0", "<author>first</author>") + "\n";
     const std::string second = "    " + itemText("42", "1.0", "<author>second</author>") + "\n";
     const std::string other = "    " + itemText("42", "2.0") + "\n";
     EXPECT_EQ(remove(feedWith(other + first + second), "1.0"), feedWith(other + second));
+    EXPECT_EQ(makeEditor().deleteItem({42, "1.0", 2}, viewBytes(feedWith(other + first + second))),
+              feedWith(other + first));
     EXPECT_EQ(remove(feedWith(other + first + second), "2.0"), feedWith(first + second));
     EXPECT_EQ(remove(feedWith(other), "2.0"), feedWith(""));
     try {
@@ -110,7 +112,7 @@ TEST_F(AppcastEditorTest, givesTheFeedBackWhenWhatItAddedGoesAgain) {
               "org/xml-namespaces/sparkle\"><channel>\n  </channel></rss>\n")}) {
         item.version = 99;
         const std::string longer = upserted(item, feed);
-        EXPECT_EQ(makeEditor().deleteItem(99, item.shortVersionString, viewBytes(longer)), feed);
+        EXPECT_EQ(makeEditor().deleteItem({99, item.shortVersionString}, viewBytes(longer)), feed);
     }
 }
 
@@ -155,29 +157,60 @@ TEST(UnreadableItem, isLeftOutOfTheListAndStaysInTheFeed) {
     }
 }
 
-TEST_F(AppcastEditorTest, keepsAStoredDescriptionByteForByte) {
-    const std::string description = "<description xml:lang=\"en\"> <![CDATA[<p>a ]]]]><![CDATA[> b</p>\n]]> "
-                                    "&amp;#8364; <x:b>bold</x:b><!-- c --></description>";
-    std::string stored = itemText("42", "1.2.3", description);
-    stored.replace(0, 5, "<item xmlns:x=\"urn:x\">");
-    const std::string feed = feedWith(itemText("42", "1.0", "<description>other</description>") + stored);
-    const auto edited =
-        makeEditor().upsertItem(makeItem(), viewBytes(feed), AppcastEditor::Description::asStored);
-    std::string expected = description;
-    expected.replace(0, 12, "<description xmlns:x=\"urn:x\""); // the element that declared it is gone
-    EXPECT_NE(edited.find(expected), std::string::npos) << edited;
-    EXPECT_EQ(edited.find("other"), std::string::npos);
-    EXPECT_EQ(parsed(edited).at(0).title, "Demo 1.2.3");
-    test::expectReadByOthers(edited);
+TEST(BuildNumber, isReadInEveryFormThatClientsKnow) {
+    const struct {
+        const char* name;
+        const char* elements;
+        const char* attributes;
+        const char* expected; ///< "version|short version"
+    } cases[] = {
+        {"elements",
+         "<sparkle:version>41</sparkle:version><sparkle:shortVersionString>4.1</sparkle:shortVersionString>",
+         "", "41|4.1"},
+        {"attributes", "", "sparkle:version='41' sparkle:shortVersionString='4.1'", "41|4.1"},
+        {"attributeOutranksElement", "<sparkle:version>40</sparkle:version>", "sparkle:version='41'",
+         "41|41"},
+        {"shortIsVersion", "<sparkle:version> 41\n</sparkle:version>", "", "41|41"},
+        {"otherPrefix", "<s:version>41</s:version>", "s:shortVersionString='4.1'", "41|4.1"},
+        {"nameOfTheArchive", "", "url='https://x.example/App_41.zip'", "41|41"}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        const std::string attributes = row.attributes;
+        const std::string url =
+            attributes.find("url=") == std::string::npos ? " url='https://x.example/a.zip' " : " ";
+        const std::string feed =
+            feedWith("<item xmlns:s='http://www.andymatuschak.org/xml-namespaces/sparkle'><title>T</title>"
+                     "<pubDate>Sun, 22 Nov 2026 09:30:00 +0000</pubDate>" +
+                     std::string(row.elements) + "<enclosure" + url + "length='7' s:edSignature='c2ln' " +
+                     attributes + "/></item>");
+        const auto contents = makeEditor().read(viewBytes(feed));
+        ASSERT_EQ(contents.items.size(), 1u) << contents.unread.at(0).reason;
+        const auto& id = contents.items[0].id;
+        EXPECT_EQ(std::to_string(id.version) + "|" + id.shortVersionString, row.expected);
+        AppcastItem again = makeItem();
+        again.version = 41;
+        EXPECT_EQ(parsed(upserted(again, feed)).size(), 1u); // it takes the place of the stored one
+    }
+}
 
-    const auto count = [](const std::string& text) { return text.find("<description"); };
-    const std::string without = feedWith("    " + itemText("42") + "\n");
-    EXPECT_EQ(
-        count(makeEditor().upsertItem(makeItem(), viewBytes(without), AppcastEditor::Description::asStored)),
-        std::string::npos);
-    EXPECT_NE(count(makeEditor().upsertItem(makeItem(), viewBytes(feedWith("")),
-                                            AppcastEditor::Description::asStored)),
-              std::string::npos);
+TEST(FeedContents, tellsWhatElseStandsInTheFeed) {
+    const std::string feed = feedWith(
+        itemText("40") + itemText("40") +
+        itemText("39", "3.9", "<sparkle:channel>unreleased</sparkle:channel>") +
+        "<item><enclosure url='a.zip' sparkle:version='1.2' sparkle:os='macos'/></item>"
+        "<item><title>W</title><enclosure url='w.exe' sparkle:version='9.9.9' sparkle:os='windows'/></item>");
+    const auto contents = makeEditor().read(viewBytes(feed));
+    EXPECT_EQ(contents.title, "Demo");
+    EXPECT_EQ(contents.itemCount(), 5u);
+    EXPECT_EQ(contents.items.at(0).id, (AppcastItemID{40, "1.0", 1}));
+    EXPECT_EQ(contents.items.at(1).id, (AppcastItemID{40, "1.0", 2}));
+    EXPECT_EQ(contents.unread.at(0).reason, "it has no EdDSA signature");
+    EXPECT_EQ(contents.unread.at(1).reason, "it is for another system");
+    EXPECT_EQ(contents.builds, (std::vector<std::string>{"40", "40", "39", "1.2"}));
+    EXPECT_EQ(contents.downloads.size(), 5u);
+    AppcastItem item = makeItem();
+    item.version = 9;
+    EXPECT_NE(upserted(item, feed).find("w.exe"), std::string::npos);
 }
 
 } // namespace

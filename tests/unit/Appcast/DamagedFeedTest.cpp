@@ -22,7 +22,7 @@ void expectRefused(std::string_view document, const Check& check) {
     testing::internal::CaptureStderr();
     refuses([&] { editor.parseItems(viewBytes(document)); });
     refuses([&] { editor.upsertItem(test::makeItem(), viewBytes(document)); });
-    refuses([&] { editor.deleteItem(1, "1.0", viewBytes(document)); });
+    refuses([&] { editor.deleteItem({1, "1.0"}, viewBytes(document)); });
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the parser wrote to standard error";
 }
 
@@ -110,7 +110,7 @@ TEST(DamagedFeed, isNeverWritten) {
     item.title = "a\x01"
                  "b\x1F\xEF\xBF\xBF\xEF\xBF\xBE\xFF ]]> <&>\"' \u00e9\r\n\r.";
     item.edSignature = "\"<&>\x02";
-    item.channel = "]]>\n";
+    item.channel = "]]>";
     item.releaseNotes = "a\x08\xEF\xBF\xBF ]]> `]]>` &#8;";
     item.shortVersionString = "<sparkle:version>1</sparkle:version>";
     const std::string feed = test::makeEditor().upsertItem(item, std::nullopt);
@@ -119,7 +119,7 @@ TEST(DamagedFeed, isNeverWritten) {
     ASSERT_EQ(items.size(), 1u);
     EXPECT_EQ(items[0].title, "ab\xEF\xBF\xBD ]]> <&>\"' \u00e9\n\n.");
     EXPECT_EQ(items[0].edSignature, "\"<&>");
-    EXPECT_EQ(items[0].channel, "]]>\n");
+    EXPECT_EQ(items[0].channel, "]]>");
     EXPECT_EQ(items[0].shortVersionString, item.shortVersionString);
     EXPECT_EQ(items[0].releaseNotes, "<p>a ]]&gt; <code>]]&gt;</code> &#8;</p>");
 

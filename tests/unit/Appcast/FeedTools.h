@@ -45,7 +45,7 @@ std::string feedWith(std::string_view channelContent);
 std::string itemText(std::string_view version, std::string_view shortVersionString = "1.0",
                      std::string_view more = "");
 
-/// Fails the test unless xmllint and Python's XML library both read the document without complaint.
+/// Fails the test unless xmllint reads the document without complaint.
 void expectReadByOthers(std::string_view document);
 
 } // namespace halvo::test

@@ -31,8 +31,8 @@ struct AppcastItem {
     bool operator==(const AppcastItem&) const = default;
 };
 
-/// The keys are the names of the fields; the date is a number of seconds since 2001-01-01 00:00:00 UTC, and
-/// an absent channel is left out.
+// For front ends that keep items: the keys are the names of the fields, the date is a number of seconds since
+// 2001-01-01 00:00:00 UTC, and an absent channel is left out.
 void to_json(nlohmann::json& json, const AppcastItem& item);
 /// Throws nlohmann::json::exception that names the key which is missing or cannot be read.
 void from_json(const nlohmann::json& json, AppcastItem& item);

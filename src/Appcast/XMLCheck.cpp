@@ -1,21 +1,28 @@
-#include "XMLDocument.h"
+#include "XMLCheck.h"
 
 #include <Appcast/AppcastEditor.h>
 
 #include <Base/Text.h>
 #include <Base/Unicode.h>
 
+#include <memory>
 #include <mutex>
 #include <new>
 #include <optional>
 
 #include <libxml/parser.h>
+#include <libxml/tree.h>
 #include <libxml/xmlsave.h>
 
 namespace halvo {
 namespace {
 
 constexpr std::size_t longestProblem = 200;
+
+struct FreeXMLDocument {
+    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+using XMLDocument = std::unique_ptr<xmlDoc, FreeXMLDocument>;
 
 struct Problem {
     std::string text;
@@ -107,20 +114,10 @@ void checkSize(std::size_t size) {
                               0);
 }
 
-} // namespace
-
-XMLDocument parseXML(ByteView bytes) {
-    static std::once_flag started;
-    std::call_once(started, xmlInitParser);
-    checkSize(bytes.size());
-    return Parser().parse(bytes);
-}
-
-std::string serializedXML(xmlDoc& document) {
+std::string writtenAsUTF8(xmlDoc& document) {
     const std::unique_ptr<xmlBuffer, FreeBuffer> buffer(xmlBufferCreate());
-    if (buffer)
-        xmlBufferSetAllocationScheme(buffer.get(),
-                                     XML_BUFFER_ALLOC_DOUBLEIT); // by default it copies on each write
+    if (buffer) // by default it copies on each write
+        xmlBufferSetAllocationScheme(buffer.get(), XML_BUFFER_ALLOC_DOUBLEIT);
     // Without XML_SAVE_NO_XHTML, a document type of XHTML would change the syntax of every element.
     xmlSaveCtxt* saving =
         buffer ? xmlSaveToBuffer(buffer.get(), "utf-8", XML_SAVE_AS_XML | XML_SAVE_NO_XHTML) : nullptr;
@@ -133,6 +130,28 @@ std::string serializedXML(xmlDoc& document) {
     const auto size = static_cast<std::size_t>(xmlBufferLength(buffer.get()));
     checkSize(size);
     return {reinterpret_cast<const char*>(xmlBufferContent(buffer.get())), size};
+}
+
+/// A document that declares nothing is UTF-8, unless its first bytes show the wide characters of UTF-16 or
+/// -32.
+bool isUTF8(const xmlDoc& document, std::string_view text) {
+    if (text.substr(0, 4).find('\0') != std::string_view::npos || text.starts_with("\xFE\xFF") ||
+        text.starts_with("\xFF\xFE"))
+        return false;
+    if (document.encoding == nullptr)
+        return true;
+    const std::string declared = lowercased(reinterpret_cast<const char*>(document.encoding));
+    return declared == "utf-8" || declared == "us-ascii" || declared == "ascii";
+}
+
+} // namespace
+
+std::string checkedXML(ByteView bytes) {
+    static std::once_flag started;
+    std::call_once(started, xmlInitParser);
+    checkSize(bytes.size());
+    const XMLDocument document = Parser().parse(bytes);
+    return isUTF8(*document, viewText(bytes)) ? std::string(viewText(bytes)) : writtenAsUTF8(*document);
 }
 
 } // namespace halvo
