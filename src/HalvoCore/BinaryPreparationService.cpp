@@ -32,22 +32,6 @@ private:
     bool armed = true;
 };
 
-/// An image is made beside its app. One in an export folder, which goes, gets a folder of its own beside
-/// that.
-URL movedOutOf(const std::filesystem::path& exportFolder, const URL& image) {
-    const std::filesystem::path file = image.filePath();
-    if (file.parent_path() != exportFolder)
-        return image;
-    TemporaryDirectory own(exportFolder.parent_path(), "");
-    const std::filesystem::path place = own.path() / file.filename();
-    std::error_code error;
-    std::filesystem::rename(file, place, error);
-    if (error)
-        throw FileError("move", file, error.value());
-    own.release();
-    return URL::file(place);
-}
-
 } // namespace
 
 BinaryPreparationService::Prepared BinaryPreparationService::prepareBinary(const Request& request) {
@@ -82,7 +66,7 @@ BinaryPreparationService::Artifact BinaryPreparationService::makeArtifact(const 
             tools.exportArchive(archived->archiveURL, dmg->codesignIdentity.teamID, request.exportSigning);
         const TemporaryPath exportFolder(app.filePath().parent_path());
         tools.assertDistributable(app);
-        return {movedOutOf(exportFolder.path(), buildDMG(app, *dmg, request)), true};
+        return {buildDMG(app, *dmg, request), true};
     }
     const URL& app = request.importedBundle.bundleInfo().url;
     if (dmg == nullptr) {

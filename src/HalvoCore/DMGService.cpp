@@ -16,11 +16,14 @@ namespace {
 
 constexpr const char* component = "DMGService";
 
-/// `hdiutil attach` prints the licence of an image in front of its answer.
-ByteView propertyListIn(const std::string& output) {
-    const std::size_t start = output.find("<?xml");
-    return viewBytes(start == std::string::npos ? std::string_view(output)
-                                                : std::string_view(output).substr(start));
+/// `hdiutil attach` prints the licence of an image in front of its answer, and may print notices behind it.
+PropertyList propertyListIn(std::string_view output) {
+    constexpr std::string_view end = "</plist>";
+    if (const std::size_t start = output.find("<?xml"); start != std::string_view::npos)
+        output.remove_prefix(start);
+    if (const std::size_t last = output.rfind(end); last != std::string_view::npos)
+        output = output.substr(0, last + end.size());
+    return PropertyList::parse(viewBytes(output));
 }
 
 std::string readableText(const std::string& bytes) {
@@ -55,14 +58,7 @@ BundleInfo DMGService::extractBundleInfo(const URL& dmgURL) const {
     struct Mount {
         const DMGService& service;
         URL point;
-        ~Mount() {
-            try {
-                service.unmount(point);
-            } catch (const std::exception& error) {
-                service.log.write(LogLevel::error, component,
-                                  "Failed to unmount DMG at " + point.path() + ": " + halvo::describe(error));
-            }
-        }
+        ~Mount() { service.unmountAndLog(point); }
     };
     const Mount mounted{*this, mount(dmgURL)};
     if (cancellation.stop_requested())
@@ -90,21 +86,31 @@ URL DMGService::mount(const URL& dmgURL) const {
         throw DMGError(DMGError::MountFailed{"hdiutil exited with status " +
                                              std::to_string(result.termination.value) + ": " +
                                              readableText(result.standardError)});
-    const PropertyList answer = PropertyList::parse(propertyListIn(result.standardOutput));
-    const auto* entities = answer.find<PropertyListArray>("system-entities");
-    if (entities == nullptr)
-        throw DMGError(DMGError::MountFailed{"Failed to parse hdiutil output"});
-    if (const auto point = mountPointIn(*entities))
-        return *point;
-    throw DMGError(DMGError::MountFailed{"No mount point found in hdiutil output"});
+    try {
+        const PropertyList answer = propertyListIn(result.standardOutput);
+        const auto* entities = answer.find<PropertyListArray>("system-entities");
+        if (entities == nullptr)
+            throw DMGError(DMGError::MountFailed{"Failed to parse hdiutil output"});
+        if (const auto point = mountPointIn(*entities))
+            return *point;
+        throw DMGError(DMGError::MountFailed{"No mount point found in hdiutil output"});
+    } catch (const Failure&) { // the image may be attached all the same
+        if (const auto point = findMount(dmgURL, {}))
+            unmountAndLog(*point);
+        throw;
+    }
 }
 
 std::optional<URL> DMGService::findExistingMount(const URL& dmgURL) const {
+    return findMount(dmgURL, cancellation);
+}
+
+std::optional<URL> DMGService::findMount(const URL& dmgURL, const std::stop_token& runCancellation) const {
     try {
-        const ProcessResult result = hdiutil({"info", "-plist"}, cancellation);
+        const ProcessResult result = hdiutil({"info", "-plist"}, runCancellation);
         if (!result.succeeded())
             return std::nullopt;
-        const PropertyList answer = PropertyList::parse(propertyListIn(result.standardOutput));
+        const PropertyList answer = propertyListIn(result.standardOutput);
         const auto* images = answer.find<PropertyListArray>("images");
         if (images == nullptr)
             return std::nullopt;
@@ -125,6 +131,15 @@ void DMGService::unmount(const URL& mountPoint) const {
     const ProcessResult result = hdiutil({"detach", mountPoint.filePath().string(), "-force"}, {});
     if (!result.succeeded())
         throw DMGError(DMGError::UnmountFailed{result.errorText()});
+}
+
+void DMGService::unmountAndLog(const URL& mountPoint) const {
+    try {
+        unmount(mountPoint);
+    } catch (const std::exception& error) {
+        log.write(LogLevel::error, component,
+                  "Failed to unmount DMG at " + mountPoint.path() + ": " + halvo::describe(error));
+    }
 }
 
 URL DMGService::findApp(const URL& mountPoint) {

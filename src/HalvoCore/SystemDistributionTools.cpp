@@ -1,6 +1,7 @@
 #include <HalvoCore/SystemDistributionTools.h>
 
 #include <HalvoDMG/DMGBackground.h>
+#include <Platform/Files.h>
 
 namespace halvo {
 
@@ -44,7 +45,11 @@ URL SystemDistributionTools::createDMG(const URL& appURL, const std::string& app
             ? DMGBackground::fitted(*format.backgroundImage, window, images, temporaryDirectory)
             : DMGBackground::generated(window, appName, format.watermark, images, temporaryDirectory);
     configuration.backgroundImage = background.url();
-    return dmgCreator.create(appURL, std::nullopt, configuration, progress);
+    TemporaryDirectory folder(temporaryDirectory, "");
+    const URL image = URL::file(folder.path() / DMGCreator::defaultOutputURL(appURL).lastPathComponent());
+    dmgCreator.create(appURL, image, configuration, progress);
+    folder.release();
+    return image;
 }
 
 void SystemDistributionTools::notarize(const URL& fileURL, const NotarizationCredentials& credentials) {

@@ -128,8 +128,12 @@ MountedVolume ImageTools::mount(const std::filesystem::path& image) const {
         if (volume && !unmounted)
             unmounted = volume->device;
     }
-    if (unmounted)
-        uncancelled().detach(*unmounted);
+    if (unmounted) {
+        try {
+            uncancelled().detach(*unmounted);
+        } catch (const std::exception&) { // that nothing was mounted is the failure to report
+        }
+    }
     throw DMGCreationError(DMGCreationError::MountFailed{"Could not parse mount point from hdiutil output"});
 }
 

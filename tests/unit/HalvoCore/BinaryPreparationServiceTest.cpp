@@ -229,20 +229,6 @@ TEST(BinaryPreparation, removesTheExportFolderHoweverItEnds) {
     }
 }
 
-TEST(BinaryPreparation, keepsAnImageThatWasMadeInTheExportFolder) {
-    Preparation preparation;
-    preparation.folder.write("temporary/export/Demo.app/Contents/MacOS/Demo", "demo");
-    preparation.tools.exportedApp = URL::file(preparation.temporary / "export/Demo.app");
-    preparation.tools.dmg = URL::file(preparation.folder.write("temporary/export/Demo.dmg", "disk image"));
-    const auto prepared = preparation.prepare(Input::archivedApp, dmgFormat, notarizing);
-    EXPECT_EQ(test::readText(prepared.fileURL.filePath()), "disk image");
-    EXPECT_EQ(prepared.fileURL.lastPathComponent(), "Demo.dmg");
-    EXPECT_FALSE(fs::exists(preparation.temporary / "export"));
-    fs::remove_all(prepared.fileURL.filePath().parent_path());
-    fs::remove(preparation.temporary / "Demo.dmg"); // the fixture's own
-    EXPECT_TRUE(preparation.temporaryIsEmpty());
-}
-
 TEST(BinaryPreparation, aCancelledSigningRemovesTheArchiveAndNotTheUsersFile) {
     for (const Input input : {Input::app, Input::zip}) {
         Preparation preparation;

@@ -28,8 +28,10 @@ protected:
         processes.reply({hdiutil},
                         [this](const ProcessRequest& request) { return answers[request.arguments.front()]; });
     }
-    static ProcessResult plist(PropertyListDictionary list, const std::string& before = "") {
-        return {.standardOutput = before + std::string(viewText(PropertyList(std::move(list)).xml()))};
+    static ProcessResult plist(PropertyListDictionary list, const std::string& before = "",
+                               const std::string& behind = "") {
+        return {.standardOutput =
+                    before + std::string(viewText(PropertyList(std::move(list)).xml())) + behind};
     }
     static ProcessResult failed(const std::string& text) {
         return {.termination = {.value = 7}, .standardError = text};
@@ -85,7 +87,7 @@ TEST_F(DMGServiceTest, attachesWhatNobodyCanTellToBeMounted) {
     const ProcessResult mute[] = {failed("no"), {.standardOutput = "no list"}, plist({})};
     for (const ProcessResult& answer : mute) {
         answers["info"] = answer;
-        answers["attach"] = plist({{"system-entities", entities()}}, "A licence.\n");
+        answers["attach"] = plist({{"system-entities", entities()}}, "A licence.\n", "A notice.\n");
         EXPECT_EQ(failure(), "was read");
         EXPECT_EQ(processes.commands.back(), detaching());
     }
@@ -104,8 +106,15 @@ TEST_F(DMGServiceTest, namesWhatCannotBeMounted) {
         answers["attach"] = answer;
         EXPECT_EQ(failure(), text);
     }
-    answers["attach"] = {.standardOutput = "no list"};
+    // It is attached, whatever was said.
+    processes.reply({hdiutil, "attach"}, [this](const ProcessRequest& request) {
+        const PropertyListDictionary found{{"image-path", request.arguments[1]},
+                                           {"system-entities", entities()}};
+        answers["info"] = plist({{"images", PropertyListArray{found}}});
+        return ProcessResult{.standardOutput = "no list"};
+    });
     EXPECT_THROW(service.mount(image), PropertyListError);
+    EXPECT_EQ(processes.commands.back(), detaching());
 }
 
 TEST_F(DMGServiceTest, detachesAVolumeThatItCannotUseAndLogsWhereThatFails) {

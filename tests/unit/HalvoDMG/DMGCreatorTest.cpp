@@ -107,6 +107,8 @@ TEST_P(CreationFault, leavesNothingBehind) {
             ADD_FAILURE() << "it was made";
         } catch (const Failure& failure) {
             EXPECT_THAT(failure.description(), testing::HasSubstr(text));
+        } catch (const CancelledError&) {
+            EXPECT_STREQ(text, "cancelled");
         }
         EXPECT_THAT(tools.leftovers(), IsEmpty());
         EXPECT_FALSE(fs::exists(tools.output));
@@ -163,6 +165,7 @@ TEST(DMGCreator, findsTheMountPointInWhatAttachPrints) {
     }
     ImageToolsFake unmounted;
     unmounted.attachAnswer = "/dev/disk5\tGUID_partition_scheme\t\n/dev/disk5s1\tApple_APFS\n";
+    unmounted.failAt(hdiutil, "detach", [](const ProcessRequest&) { return failed("no such disk"); });
     EXPECT_EQ(unmounted.failure(), "Failed to mount DMG: Could not parse mount point from hdiutil output");
     EXPECT_EQ(unmounted.commands.back(), (Arguments{hdiutil, "detach", "/dev/disk5", "-force"}));
 }

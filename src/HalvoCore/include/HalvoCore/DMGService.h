@@ -55,6 +55,8 @@ public:
     static URL findApp(const URL& mountPoint);
 
 private:
+    std::optional<URL> findMount(const URL& dmgURL, const std::stop_token& runCancellation) const;
+    void unmountAndLog(const URL& mountPoint) const;
     ProcessResult hdiutil(Arguments arguments, const std::stop_token& runCancellation) const;
 
     ProcessRunner& processes;
