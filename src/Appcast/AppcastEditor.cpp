@@ -196,7 +196,7 @@ void editNotes(const FeedText& feed, const FeedElement& item, const std::string&
                                           cdata(html) + "</" + std::string(description->name.written) + ">");
 }
 
-void editChannel(const ItemReader& current, ItemEdits& edits, const AppcastItemChanges& changes) {
+void editChannel(const ItemReader& current, ItemEdits& edits, const ReleaseChanges& changes) {
     const bool isPublished = changes.isPublished.value_or(current.isPublished());
     const std::optional<std::string> channel = changes.channel.value_or(current.channel());
     if (isPublished == current.isPublished() && channel == current.channel())
@@ -213,7 +213,7 @@ void removeCritical(const FeedElement& item, ItemEdits& edits) {
             edits.remove(*tag);
 }
 
-void editItem(const FeedText& feed, const FeedElement& item, const AppcastItemChanges& changes,
+void editItem(const FeedText& feed, const FeedElement& item, const ReleaseChanges& changes,
               TextEdits& edits) {
     const ItemReader current(feed, item);
     ItemEdits itemEdits(feed, item, edits);
@@ -293,7 +293,7 @@ std::string AppcastEditor::upsertItem(const AppcastItem& item, std::optional<Byt
     return checkedResult(edits.appliedTo(feed.text()));
 }
 
-std::string AppcastEditor::updateItem(const AppcastItemID& id, const AppcastItemChanges& changes,
+std::string AppcastEditor::updateItem(const AppcastItemID& id, const ReleaseChanges& changes,
                                       ByteView document) const {
     const FeedText feed = FeedText::parse(document);
     const FeedElement& item = requireItem(feed, id);

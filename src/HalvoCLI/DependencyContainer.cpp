@@ -1,15 +1,13 @@
 #include "DependencyContainer.h"
 
 #include <HalvoAPI/ServerURL.h>
-#include <HalvoCore/S3AppcastStorage.h>
 
 namespace halvo {
 
 DependencyContainer::DependencyContainer(Platform& platform)
     : system(platform), keyChainStore(platform.keychainItems), keyChainTokens(keyChainStore),
       tokens(keyChainTokens, platform.environment), storage(platform.userDefaults),
-      openStorage(S3AppcastStorage::factory(platform)),
-      localAppRepository(storage, keyChainStore, openStorage, platform.clock) {}
+      localAppRepository(storage) {}
 
 APIClient& DependencyContainer::apiClient() {
     if (!client)

@@ -24,8 +24,6 @@ public:
     StorageControllerProtocol& storageController() { return storage; }
     EnvironmentTokenController& tokenController() { return tokens; }
     LocalAppRepository& localApps() { return localAppRepository; }
-    /// Opens the S3 storage of an app on this system.
-    const AppcastStorageFactory& storageFactory() const { return openStorage; }
     Platform& platform() { return system; }
 
     /// Throws ServerURLError when `HALVO_SERVER_URL` cannot be used.
@@ -39,7 +37,6 @@ private:
     KeyChainTokenController keyChainTokens;
     EnvironmentTokenController tokens;
     UserDefaultsStorageController storage;
-    AppcastStorageFactory openStorage;
     LocalAppRepository localAppRepository;
     std::unique_ptr<APIClient> client;
     std::unique_ptr<AuthController> authentication;

@@ -1,7 +1,6 @@
 #include <HalvoCore/BinaryPreparationService.h>
 
-#include <HalvoCore/TemporaryArtifact.h>
-
+#include <Base/Base64.h>
 #include <Models/HalvoError.h>
 #include <Platform/Files.h>
 
@@ -15,49 +14,43 @@ void report(const BinaryPreparationService::Request& request, Step step) {
         request.onStepChange(step);
 }
 
-/// Removes a temporary artefact unless it reaches the caller.
-class ArtifactGuard {
-public:
-    explicit ArtifactGuard(const URL& file) : file(file) {}
-    ArtifactGuard(const ArtifactGuard&) = delete;
-    ArtifactGuard& operator=(const ArtifactGuard&) = delete;
-    ~ArtifactGuard() {
-        if (armed)
-            removeTemporaryArtifact(file);
-    }
-    void release() { armed = false; }
-
-private:
-    const URL& file;
-    bool armed = true;
-};
+/// The key that installed copies of the app check updates with; the signing key's own half where the app
+/// names none.
+PublicKey verifyingKey(const BinaryPreparationService::Request& request) {
+    const auto& named = request.importedBundle.bundleInfo().sparklePublicEDKey;
+    const auto bytes = named ? decodeBase64(*named, Base64Reading::ignoringWhitespace) : std::nullopt;
+    return bytes && bytes->size() == std::tuple_size<PublicKey::Raw>() ? PublicKey(*bytes)
+                                                                       : request.privateKey.publicKey();
+}
 
 } // namespace
 
-BinaryPreparationService::Prepared BinaryPreparationService::prepareBinary(const Request& request) {
-    const Artifact artifact = makeArtifact(request);
-    ArtifactGuard guard(artifact.fileURL);
-    if (!artifact.shouldCleanup)
-        guard.release();
-    else if (request.packageFormat.isDMG())
-        notarize(artifact.fileURL, request);
+PreparedBinary BinaryPreparationService::prepareBinary(const Request& request) {
+    PreparedBinary prepared = makeArtifact(request);
+    if (prepared.isOwn() && request.packageFormat.isDMG())
+        notarize(URL::file(prepared.file()), request);
 
     report(request, Step::signing);
-    const MappedFile file(artifact.fileURL.filePath());
+    const MappedFile file(prepared.file());
     const auto signature = request.privateKey.signature(file.bytes(), cancellation, request.onProgress);
-    guard.release();
-    return {artifact.fileURL, artifact.shouldCleanup, signature};
+    if (!verifyingKey(request).isValidSignature(signature, file.bytes()))
+        throw CodedFailure(
+            "sparkle_key_mismatch",
+            "The signature that was just made does not verify with the app's public key. Nothing was "
+            "uploaded.");
+    prepared.signature = encodeBase64(signature);
+    return prepared;
 }
 
-BinaryPreparationService::Artifact BinaryPreparationService::makeArtifact(const Request& request) {
+PreparedBinary BinaryPreparationService::makeArtifact(const Request& request) {
     const auto* dmg = std::get_if<PackageFormat::DMG>(&request.packageFormat.value);
     const auto& bundle = request.importedBundle.value;
     if (const auto* image = std::get_if<ImportedBundle::DMG>(&bundle)) {
         notarize(image->sourceURL, request);
-        return {image->sourceURL, false};
+        return PreparedBinary::ofUser(image->sourceURL.filePath());
     }
     if (const auto* zip = std::get_if<ImportedBundle::ZIP>(&bundle))
-        return {zip->sourceURL, false};
+        return PreparedBinary::ofUser(zip->sourceURL.filePath());
     if (const auto* archived = std::get_if<ImportedBundle::ArchivedApp>(&bundle)) {
         if (dmg == nullptr)
             throw HalvoError(HalvoError::Case::archivedAppRequiresDMG);
@@ -66,30 +59,31 @@ BinaryPreparationService::Artifact BinaryPreparationService::makeArtifact(const 
             tools.exportArchive(archived->archiveURL, dmg->codesignIdentity.teamID, request.exportSigning);
         const TemporaryPath exportFolder(app.filePath().parent_path());
         tools.assertDistributable(app);
-        return {buildDMG(app, *dmg, request), true};
+        return buildDMG(app, *dmg, request);
     }
     const URL& app = request.importedBundle.bundleInfo().url;
     if (dmg == nullptr) {
         tools.assertDistributable(app);
-        return {zipApp(app, request), true};
+        return zipApp(app, request);
     }
     if (!tools.isSignedForDistribution(app)) {
         report(request, Step::codesigningApp);
         tools.sign(app, dmg->codesignIdentity);
     }
     tools.assertDistributable(app);
-    return {buildDMG(app, *dmg, request), true};
+    return buildDMG(app, *dmg, request);
 }
 
-URL BinaryPreparationService::zipApp(const URL& appURL, const Request& request) {
+PreparedBinary BinaryPreparationService::zipApp(const URL& appURL, const Request& request) {
     report(request, Step::zipping);
-    return zipService.zip(appURL, request.onProgress);
+    return PreparedBinary::made(zipService.zip(appURL, request.onProgress).filePath());
 }
 
-URL BinaryPreparationService::buildDMG(const URL& appURL, const PackageFormat::DMG& format,
-                                       const Request& request) {
+PreparedBinary BinaryPreparationService::buildDMG(const URL& appURL, const PackageFormat::DMG& format,
+                                                  const Request& request) {
     report(request, Step::creatingDMG);
-    return tools.createDMG(appURL, request.importedBundle.bundleInfo().name, format, request.onProgress);
+    const std::string& name = request.importedBundle.bundleInfo().name;
+    return PreparedBinary::made(tools.createDMG(appURL, name, format, request.onProgress).filePath());
 }
 
 void BinaryPreparationService::notarize(const URL& file, const Request& request) {

@@ -1,6 +1,5 @@
 #include <HalvoCore/LocalAppRepository.h>
 
-#include <HalvoCore/AppcastReleaseRepository.h>
 #include <Models/JSONFields.h>
 
 #include <algorithm>
@@ -79,26 +78,15 @@ LocalApp LocalAppRepository::fetch(const std::string& bundleIdentifier) {
     auto app = fetchStored(bundleIdentifier);
     if (!app)
         throw AppRepositoryError(AppRepositoryError::StorageError{"App not found: " + bundleIdentifier});
-    app->releases = fetchReleases(*app);
+    if (fetchReleases)
+        app->releases = fetchReleases(*app);
     return *app;
-}
-
-std::vector<Release> LocalAppRepository::fetchReleases(const LocalApp& app) {
-    std::optional<S3Credentials> credentials;
-    try {
-        credentials = keyChain.getS3Credentials(app.bundleIdentifier);
-    } catch (const KeychainError& error) {
-        if (!std::holds_alternative<KeychainError::ItemNotFound>(error.which))
-            throw;
-        return {};
-    }
-    const S3Configuration& configuration = app.storage.s3();
-    const auto feed = openStorage(configuration, *credentials);
-    return AppcastReleaseRepository(app.name, *feed, configuration.publicBaseURL, clock).list();
 }
 
 std::vector<LocalApp> LocalAppRepository::list() {
     std::vector<LocalApp> apps = listStored();
+    if (!fetchReleases)
+        return apps;
     std::vector<std::exception_ptr> failures(apps.size());
     std::atomic<std::size_t> next = 0;
     const auto fetchInTurn = [&] {

@@ -1,6 +1,6 @@
 #include <HalvoCore/ServerAppRepository.h>
 
-#include "UploadedIcon.h"
+#include <Platform/Files.h>
 
 #include <algorithm>
 #include <iterator>
@@ -33,8 +33,8 @@ void ServerAppRepository::remove(const ServerApp& app) { apiClient.deleteApp(app
 
 ServerApp ServerAppRepository::uploadIcon(const UUID& appID, const URL& iconURL,
                                           const IconConverter& converter) {
-    const UploadedIcon png(iconURL, converter);
-    return apiClient.uploadAppIcon(png.file(), appID).app();
+    const TemporaryPath png(converter.writePNG(iconURL, 256).filePath());
+    return apiClient.uploadAppIcon(png.path(), appID).app();
 }
 
 } // namespace halvo

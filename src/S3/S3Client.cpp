@@ -4,6 +4,7 @@
 
 #include <S3/S3Response.h>
 
+#include <algorithm>
 #include <limits>
 #include <random>
 
@@ -49,6 +50,10 @@ void S3Client::putObject(const std::string& key, const Upload& upload) const {
                         .progress = upload.progress};
     if (!upload.contentType.empty())
         request.headers.emplace_back("Content-Type", upload.contentType);
+    if (upload.condition) {
+        const auto& tag = upload.condition->entityTag;
+        request.headers.emplace_back(tag ? "If-Match" : "If-None-Match", tag.value_or("*"));
+    }
     send("PutObject", key, std::move(request), upload.bodyHash ? *upload.bodyHash : sha256(upload.body));
 }
 
@@ -61,18 +66,35 @@ void S3Client::copyObject(const std::string& sourceKey, const std::string& desti
 }
 
 void S3Client::deleteObject(const std::string& key) const {
-    send("DeleteObject", key, {.method = "DELETE", .url = objectURL(location, key)}, sha256({}));
+    try {
+        send("DeleteObject", key, {.method = "DELETE", .url = objectURL(location, key)}, sha256({}));
+    } catch (const S3Error& error) {
+        if (!error.isMissingObject())
+            throw;
+    }
 }
 
-std::optional<Bytes> S3Client::getObject(const std::string& key) const {
+std::optional<S3Client::Object> S3Client::getObject(const std::string& key) const {
     try {
         HTTPRequest request{.method = "GET",
                             .url = objectURL(location, key),
                             .responseLimit = std::numeric_limits<std::uint64_t>::max()};
-        return send("GetObject", key, std::move(request), sha256({})).body;
+        HTTPResponse response = send("GetObject", key, std::move(request), sha256({}));
+        return Object{.bytes = std::move(response.body), .entityTag = response.header("ETag")};
     } catch (const S3Error& error) {
         if (error.isMissingObject())
             return std::nullopt;
+        throw;
+    }
+}
+
+bool S3Client::hasObject(const std::string& key) const {
+    try {
+        send("HeadObject", key, {.method = "HEAD", .url = objectURL(location, key)}, sha256({}));
+        return true;
+    } catch (const S3Error& error) {
+        if (error.details.status == 404) // the answer has no body that would say more
+            return false;
         throw;
     }
 }
@@ -102,8 +124,10 @@ HTTPResponse S3Client::send(std::string operation, const std::string& key, HTTPR
             if (isLast || !isTemporary(error))
                 throw;
         } catch (const S3Error& error) {
-            if (isLast || !error.details.isTemporary)
-                throw;
+            const bool isConditional = std::ranges::any_of(
+                request.headers, [](const HTTPHeader& header) { return header.first.starts_with("If-"); });
+            if (isLast || !error.details.isTemporary || (isConditional && error.isConflict()))
+                throw; // a condition that failed may hold for what is read afresh, not for this body
         }
         clock.sleep(retryDelay(attempt, randomness(), retryAfter), cancellation);
     }

@@ -42,9 +42,12 @@ std::string codeOf(int status) {
     case 401: return "Unauthorized";
     case 403: return "Forbidden";
     case 404: return "NotFound";
+    case 409: return "Conflict";
+    case 412: return "PreconditionFailed";
     case 413: return "EntityTooLarge";
     case 429: return "TooManyRequests";
     case 500: return "InternalError";
+    case 501: return "NotImplemented";
     case 502: return "BadGateway";
     case 503: return "ServiceUnavailable";
     case 504: return "GatewayTimeout";
@@ -55,7 +58,7 @@ std::string codeOf(int status) {
 std::string messageOf(const S3Error::Details& request, int status) {
     const bool isBucket = request.key.empty();
     if (status < 300)
-        return "The answer is no S3 response.";
+        return "The server did not answer like an S3 store.";
     if (status < 400)
         return "The bucket is not at this address.";
     if (isBucket && status == 404)
@@ -91,9 +94,9 @@ std::string adviceOf(const std::string& code, int status, const HTTPResponse& re
 }
 
 bool isTemporary(const std::string& code, int status) {
-    static constexpr int statuses[] = {429, 500, 502, 503, 504};
+    static constexpr int statuses[] = {408, 429, 500, 502, 503, 504};
     static constexpr std::string_view codes[] = {"SlowDown", "InternalError", "RequestTimeout",
-                                                 "ServiceUnavailable"};
+                                                 "ServiceUnavailable", "OperationAborted"};
     return std::ranges::find(statuses, status) != std::end(statuses) ||
            std::ranges::find(codes, code) != std::end(codes);
 }
@@ -104,7 +107,8 @@ std::optional<S3Document> parseS3Document(ByteView body) {
     if (body.empty() || body.size() > largestDocument)
         return std::nullopt;
     xmlInitParser(); // several threads may come here first
-    const std::string_view text = viewText(body);
+    const std::string_view text =
+        trimmed(viewText(body)); // stores that keep a connection alive send blanks first
     const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(
         xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
                       XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NOCDATA),

@@ -32,10 +32,9 @@ protected:
     /// Runs a command at a terminal whose questions get these answers, "QUESTION\tANSWER" lines. Gives what
     /// the terminal shows after the last one, which is the password's.
     std::string converse(const std::string& command, const std::string& answers) {
-        const std::string shown =
-            script("HALVO_SERVER_URL=$1 \"$2\" \"$3\" \"$4\" <\"$5\" | tr -d '\\r'",
-                   {service->address(), HALVO_TOOLS "/at-terminal", HALVO_PROGRAM, command,
-                    folder.write("answers", answers).string()});
+        const std::string shown = script("HALVO_SERVER_URL=$1 \"$2\" \"$3\" \"$4\" <\"$5\" | tr -d '\\r'",
+                                         {service->address(), HALVO_TOOLS "/at-terminal", HALVO_PROGRAM,
+                                          command, folder.write("answers", answers).string()});
         EXPECT_EQ(shown.find(password), std::string::npos) << "the terminal shows the password";
         const std::size_t answered = shown.rfind("(hidden)");
         return answered == std::string::npos ? shown : shown.substr(answered);
@@ -116,6 +115,18 @@ TEST_F(AccountCommands, theTokenOfTheEnvironmentNamesItsOwnAccount) {
     EXPECT_EQ(call({"whoami"}, {{"HALVO_TOKEN", "no such token"}}).output,
               "Failed to refresh: You are not logged in, or your login has expired.\n" + stored);
     EXPECT_EQ(call({"whoami"}, {{"HALVO_TOKEN", ""}}).output, stored);
+}
+
+TEST_F(AccountCommands, aPlainLogOutRemovesTheTokenThatOneUnderTheEnvironmentsLeft) {
+    const std::string other = service->makeAccount("bob-" + email, password, "Bob");
+    service->makeAccount(email, password, "Ann Lee");
+    logIn(password);
+    const std::string notLoggedIn = "Note: Not logged in. Showing local apps only.";
+    call({"logout"}, {{"HALVO_TOKEN", other}});
+    EXPECT_THAT(call({"whoami"}).output, HasSubstr("Not logged in"));
+    EXPECT_THAT(call({"apps", "list"}).output, testing::Not(HasSubstr(notLoggedIn)));
+    EXPECT_THAT(call({"logout"}).output, EndsWith("You have been logged out.\n"));
+    EXPECT_THAT(call({"apps", "list"}).output, HasSubstr(notLoggedIn));
 }
 
 TEST_F(AccountCommands, withoutATerminalNothingIsAsked) {

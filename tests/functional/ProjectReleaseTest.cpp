@@ -85,7 +85,8 @@ void expectReport(const Outcome& outcome, const std::string& code,
     EXPECT_EQ(report.at("code"), code);
     EXPECT_THAT(report.at("message").get<std::string>(), message);
     EXPECT_EQ(report.size(), 2U);
-    EXPECT_THAT("\n" + outcome.error, EndsWith("\nError: " + report.at("message").get<std::string>() + "\n"));
+    EXPECT_THAT("\n" + outcome.error,
+                HasSubstr("\nError: " + report.at("message").get<std::string>() + "\n"));
 }
 
 constexpr const char* archivesNeedDMG =
@@ -389,9 +390,9 @@ TEST_F(ProjectRelease, keepsArchiveAndFolderOfAFailedExport) {
     ASSERT_THAT(names, ElementsAre(MatchesRegex("Demo-.*\\.xcarchive"), StartsWith("HalvoExport-")));
     const std::string archive = temporary / names[0];
     expectReport(outcome, "provisioning_profile_required",
-                 EndsWith("requires a provisioning profile. Select one.\nThe export folder stays at " +
-                          (temporary / names[1]).string() + ".\nThe archive stays at " + archive +
-                          "; `halvo release " + archive + "` exports it without building again."));
+                 EndsWith("requires a provisioning profile. Select one."));
+    EXPECT_THAT(outcome.error, EndsWith("\nThe export folder stays at " + (temporary / names[1]).string() +
+                                        ".\nThe archive stays at " + archive + ".\n"));
     EXPECT_THAT(tools.argumentsOf("xcodebuild -exportArchive"), SizeIs(2));
     script("ls \"$1/Products/Applications/Demo.app/Contents/Info.plist\"", {archive});
 }

@@ -71,8 +71,8 @@ S3Client ReleaseTest::client() const {
 }
 
 std::optional<std::string> ReleaseTest::object(const std::string& name) const {
-    const auto bytes = client().getObject(name);
-    return bytes ? std::optional(std::string(viewText(*bytes))) : std::nullopt;
+    const auto stored = client().getObject(name);
+    return stored ? std::optional(std::string(viewText(stored->bytes))) : std::nullopt;
 }
 
 void ReleaseTest::putObject(const std::string& name, const std::string& content) const {

@@ -125,10 +125,6 @@ INSTANTIATE_TEST_SUITE_P(
         FailureCase{"emptyApp", {"Empty.app"}, {}, "release_failed", "Release failed: Invalid app bundle"}),
     CaseName());
 
-constexpr const char* offeredKey = "Confirmation required: Seems like you don't have a key pair to sign your "
-                                   "app. Would you like me to generate "
-                                   "one for you?. ";
-
 class RefusedCredentials : public ReleaseFailure, public testing::WithParamInterface<FailureCase> {};
 
 TEST_P(RefusedCredentials, areReportedInBothFormats) { expectFailure(GetParam()); }
@@ -178,16 +174,14 @@ INSTANTIATE_TEST_SUITE_P(
             "No Sparkle signing key for com.example.demo. Provide --sparkle-private-key or set "
             "SPARKLE_PRIVATE_KEY (base64), or run `halvo export sparkle-key -b com.example.demo` on a "
             "machine that has it."},
-        FailureCase{"keyThatCannotBeOffered",
-                    {"Demo.app", skip},
-                    {{"SPARKLE_PRIVATE_KEY", ""}},
-                    "confirmation_required",
-                    std::string(offeredKey) +
-                        "Pass the corresponding override flag (e.g. --yes, --skip-notarization) "
-                        "to proceed in --format json.",
-                    std::string(offeredKey) +
-                        "Re-run interactively, or pass the corresponding override flag (e.g. "
-                        "--skip-notarization) to proceed non-interactively."},
+        FailureCase{
+            "keyThatCannotBeOffered",
+            {"Demo.app", skip},
+            {{"SPARKLE_PRIVATE_KEY", ""}},
+            "signing_key_not_found",
+            "No Sparkle signing key for com.example.demo. Provide --sparkle-private-key or set "
+            "SPARKLE_PRIVATE_KEY (base64), or run `halvo export sparkle-key -b com.example.demo` on a "
+            "machine that has it."},
         FailureCase{"notaryKeyNoBase64",
                     {"Demo.app"},
                     {{"ASC_API_KEY_ID", "ABC"}, {"ASC_API_ISSUER", "a"}, {"ASC_API_KEY", "*"}},

@@ -38,7 +38,7 @@ protected:
         arguments.insert(arguments.end(), {"-b", bundle});
         return run(arguments);
     }
-    /// The item of a build number; an edited one changes its place.
+    /// The item of a build number.
     nlohmann::json item(const std::string& build) {
         for (const nlohmann::json& candidate : feedItems())
             if (candidate.at("sparkle:version") == build)
@@ -72,7 +72,9 @@ TEST_F(Releases, areListedEditedAndDeleted) {
     EXPECT_THAT(listed("1.10 (10)"), HasSubstr("  Published  "));
     EXPECT_THAT(item("10").at("description").get<std::string>(), HasSubstr("New <em>words</em>"));
     updated = releases({"update", second, "--beta", "true"});
-    EXPECT_EQ(updated.error, "warning: --beta is deprecated; use --channel instead.\n");
+    EXPECT_EQ(updated.error, "warning: --beta is deprecated; use --channel instead.\nwarning: The latest "
+                             "copy https://dl.example.com/files/Demo.zip does not follow this change. To "
+                             "renew it, release a new version.\n");
     EXPECT_EQ(item("10").at("sparkle:channel"), "beta");
 
     const Outcome unasked = releases({"delete", second});
@@ -110,7 +112,10 @@ TEST_P(ReleasesRefusal, endsWithStatusOne) {
 }
 
 const std::string someID = "11111111-2222-4333-8444-555555555555";
-const std::string notLoggedIn = "Not logged in. Run `halvo login`, or `halvo setup` to register a new app.";
+const std::string notLoggedIn =
+    "Not logged in. Run `halvo login`, or `halvo setup` to register a new app. For an app in a bucket of "
+    "your own, pass --s3-bucket, --s3-region and --s3-public-url, or set HALVO_S3_BUCKET, HALVO_S3_REGION "
+    "and HALVO_S3_PUBLIC_URL.";
 
 INSTANTIATE_TEST_SUITE_P(
     Releases, ReleasesRefusal,

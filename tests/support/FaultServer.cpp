@@ -1,6 +1,7 @@
 #include <Support/FaultServer.h>
 
 #include <Base/Text.h>
+#include <Base/URL.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -146,7 +147,11 @@ private:
     std::string pending;
 };
 
-FaultServer::FaultServer(std::vector<ServerReply> script) : script(std::move(script)) {
+FaultServer::FaultServer(std::vector<ServerReply> script) : script(std::move(script)) { start(); }
+
+FaultServer::FaultServer(Respond respond) : respond(std::move(respond)) { start(); }
+
+void FaultServer::start() {
     // A proxy that is set on the developer's machine must not come between a test and its server.
     ::setenv("no_proxy", "127.0.0.1,localhost", 1);
     std::tie(listener, portNumber) = listenOnFreePort();
@@ -201,13 +206,16 @@ void FaultServer::serve(int socket, std::size_t number) {
         ReceivedRequest request = parseHeader(*header);
         request.connection = number;
         std::size_t index = 0;
-        const ServerReply reply = nextReply(request, index);
+        ServerReply reply = nextReply(request, index);
         const std::size_t announced = static_cast<std::size_t>(
             parseInteger(request.header("Content-Length").value_or("0")).value_or(0));
         const bool readsPart =
             reply.behaviour == Behaviour::answerEarly || reply.behaviour == Behaviour::cutInUpload;
-        recordBody(index,
-                   client.receiveBody(readsPart ? std::min(announced, reply.readBeforeAnswer) : announced));
+        request.body =
+            client.receiveBody(readsPart ? std::min(announced, reply.readBeforeAnswer) : announced);
+        recordBody(index, request.body);
+        if (respond)
+            reply = respond(request);
 
         const std::string start = headerOf(reply);
         // What would follow the header of an answer to HEAD would be taken for the next answer.
@@ -234,6 +242,99 @@ void FaultServer::serve(int socket, std::size_t number) {
         case Behaviour::raw: client.send(reply.body); return;
         }
     }
+}
+
+namespace {
+
+std::string tagOf(const std::string& content) {
+    return "\"" + std::to_string(std::hash<std::string>()(content)) + "\"";
+}
+
+ServerReply errorReply(int status, const std::string& code) {
+    return {.status = status, .body = "<Error><Code>" + code + "</Code><Message>said so</Message></Error>"};
+}
+
+} // namespace
+
+std::optional<std::string> ObjectServer::object(const std::string& key) const {
+    const std::scoped_lock lock(mutex);
+    const auto found = objects.find(key);
+    return found == objects.end() ? std::nullopt : std::optional(found->second);
+}
+
+void ObjectServer::put(const std::string& key, const std::string& content) {
+    const std::scoped_lock lock(mutex);
+    objects[key] = content;
+}
+
+std::vector<std::string> ObjectServer::keys() const {
+    const std::scoped_lock lock(mutex);
+    std::vector<std::string> names;
+    for (const auto& [key, content] : objects)
+        names.push_back(key);
+    return names;
+}
+
+void ObjectServer::beforeWriting(const std::string& key, std::function<void()> action) {
+    const std::scoped_lock lock(mutex);
+    actions[key] = std::move(action);
+}
+
+std::size_t ObjectServer::writes(const std::string& key) const {
+    const std::scoped_lock lock(mutex);
+    const auto found = writeCounts.find(key);
+    return found == writeCounts.end() ? 0 : found->second;
+}
+
+ServerReply ObjectServer::respond(const ReceivedRequest& request) {
+    const std::size_t slash = request.target.find('/', 1);
+    const std::string key =
+        slash == std::string::npos ? "" : percentDecoded(request.target.substr(slash + 1));
+    if (request.method == "PUT") {
+        std::function<void()> action;
+        {
+            const std::scoped_lock lock(mutex);
+            if (const auto found = actions.find(key); found != actions.end())
+                action = found->second;
+        }
+        if (action)
+            action();
+        return write(key, request);
+    }
+    const std::scoped_lock lock(mutex);
+    const auto found = objects.find(key);
+    if (request.method == "DELETE") {
+        if (found != objects.end())
+            objects.erase(found);
+        return {.status = 204};
+    }
+    if (found == objects.end())
+        return errorReply(404, "NoSuchKey");
+    return {.body = found->second, .headers = {{"ETag", tagOf(found->second)}}};
+}
+
+ServerReply ObjectServer::write(const std::string& key, const ReceivedRequest& request) {
+    const std::scoped_lock lock(mutex);
+    const auto found = objects.find(key);
+    const auto match = request.header("If-Match");
+    if (match || request.header("If-None-Match")) {
+        if (conditions == Conditions::unknown)
+            return errorReply(501, "NotImplemented");
+        if (conditions == Conditions::unknownWith400)
+            return errorReply(400, "NotImplemented");
+        const bool holds =
+            match ? found != objects.end() && tagOf(found->second) == *match : found == objects.end();
+        if (conditions == Conditions::kept && !holds)
+            return errorReply(412, "PreconditionFailed");
+    }
+    ++writeCounts[key];
+    if (const auto source = request.header("x-amz-copy-source")) {
+        objects[key] = objects[percentDecoded(source->substr(source->find('/') + 1))];
+        return {.body =
+                    "\n  <CopyObjectResult/>"}; // behind the blanks with which stores keep a connection alive
+    }
+    objects[key] = request.body;
+    return {};
 }
 
 int unusedPort() {

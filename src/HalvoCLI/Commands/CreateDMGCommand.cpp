@@ -3,7 +3,6 @@
 #include "Output/AppManagementSettingsPrompt.h"
 #include "Services.h"
 
-#include <HalvoCore/ReleasePolicies.h>
 #include <HalvoCore/StorageController.h>
 #include <HalvoDMG/DMGBackground.h>
 #include <HalvoDMG/DMGCreator.h>
@@ -92,11 +91,8 @@ private:
         std::optional<URL> requested;
         if (background)
             requested = URL::file(expandingTilde(*background, platform.homeDirectory));
-        plan.background =
-            DMGBackgroundPolicy::resolve(requested, stored ? stored->dmgBackgroundURL : std::nullopt, true)
-                .custom;
-        plan.watermark =
-            WatermarkPolicy::resolve(watermark, stored ? stored->showWatermark : std::nullopt).watermark;
+        plan.background = requested || !stored ? requested : stored->dmgBackgroundURL;
+        plan.watermark = watermark.value_or(stored && stored->showWatermark.value_or(false));
         return plan;
     }
 

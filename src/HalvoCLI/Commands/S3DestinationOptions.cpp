@@ -7,22 +7,19 @@
 namespace halvo {
 namespace {
 
-using Value = std::optional<std::string>;
-
-Value firstNonEmpty(const Value& option, const Environment& environment, const char* variable) {
-    if (option && !option->empty())
-        return option;
-    return environment.nonEmpty(variable);
-}
-
 URL parseAddress(const std::string& text, const char* option) {
-    const auto url = URL::parse(text);
+    const auto url = parseWebAddress(text);
     if (!url)
         throw CLIError("invalid_argument", std::string(option) + " is not a valid URL: " + text);
     return *url;
 }
 
 } // namespace
+
+std::optional<std::string> firstNonEmpty(const std::optional<std::string>& option,
+                                         const Environment& environment, const char* variable) {
+    return option && !option->empty() ? option : environment.nonEmpty(variable);
+}
 
 void S3DestinationOptions::declare(CommandArguments& arguments) {
     arguments.option("--s3-bucket", bucket, "S3 bucket name (or HALVO_S3_BUCKET)");
@@ -63,8 +60,8 @@ std::optional<S3Configuration> S3DestinationOptions::makeConfiguration(const Env
     configuration.publicBaseURL = parseAddress(*values.publicUrl, "--s3-public-url");
     if (values.endpoint)
         configuration.endpoint = parseAddress(*values.endpoint, "--s3-endpoint");
-    configuration.pathPrefix = values.pathPrefix;
-    configuration.appcastPath = values.appcastPath.value_or("appcast.xml");
+    configuration.pathPrefix = S3Configuration::parsePathPrefix(values.pathPrefix.value_or(""));
+    configuration.appcastPath = values.appcastPath.value_or(S3Configuration::defaultAppcastPath);
     return configuration;
 }
 

@@ -34,8 +34,12 @@ struct S3DestinationOptions {
     void declare(CommandArguments& arguments);
     Resolved resolved(const Environment& environment) const;
     /// Absent without a bucket, whatever else is given. Throws CLIError `invalid_argument` when something is
-    /// missing beside the bucket or is no URL.
+    /// missing beside the bucket or is not a web address.
     std::optional<S3Configuration> makeConfiguration(const Environment& environment) const;
 };
+
+/// An option, unless it is absent or empty; then the variable, unless that is.
+std::optional<std::string> firstNonEmpty(const std::optional<std::string>& option,
+                                         const Environment& environment, const char* variable);
 
 } // namespace halvo

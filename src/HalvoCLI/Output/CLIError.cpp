@@ -1,6 +1,7 @@
 #include "Output/CLIError.h"
 
 #include <Base/Text.h>
+#include <HalvoCore/HostedPublication.h>
 #include <Models/ServiceAddresses.h>
 
 #include <algorithm>
@@ -62,9 +63,7 @@ CLIError CLIError::buildVersionOverrideIgnored(const ReleaseVersionOverrideError
     return {"build_version_override_ignored", joined(parts, "\n")};
 }
 
-CLIError CLIError::notAuthenticated() {
-    return {"not_authenticated", "Not logged in. Run `halvo login`, or `halvo setup` to register a new app."};
-}
+CLIError CLIError::notAuthenticated() { return CLIError(halvo::notAuthenticated()); }
 
 std::string CLIError::xcodebuildReport(const std::string& details) {
     std::vector<std::string> lines;

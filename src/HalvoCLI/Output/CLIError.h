@@ -10,10 +10,11 @@
 
 namespace halvo {
 
-/// The one failure with a stable code for machines. `code` is snake_case and never changes its meaning.
-class CLIError : public Failure {
+/// What a command reports to its user.
+class CLIError : public CodedFailure {
 public:
-    CLIError(std::string code, std::string message) : Failure(std::move(message)), code(std::move(code)) {}
+    using CodedFailure::CodedFailure;
+    explicit CLIError(const CodedFailure& failure) : CodedFailure(failure) {}
 
     /// Signing needs a provisioning profile and none was given; `details` is what xcodebuild said.
     static CLIError provisioningProfileRequired(const std::string& details);
@@ -26,8 +27,6 @@ public:
     static CLIError notAuthenticated();
     /// The lines of `details` that matter, as they are appended to a message; empty when there are none.
     static std::string xcodebuildReport(const std::string& details);
-
-    std::string code;
 };
 
 void to_json(nlohmann::json& json, const CLIError& error);

@@ -11,13 +11,13 @@
 
 namespace halvo {
 
-/// Runs `action`. A failure goes on with `prefix` in front of its sentence; a CLIError, which has a whole
-/// sentence of its own, and a cancellation go on as they are.
+/// Runs `action`. A failure goes on with `prefix` in front of its sentence; one with a code, which has a whole sentence of
+/// its own, goes on as it is.
 template<typename Action>
 decltype(auto) withFailurePrefix(const std::string& prefix, Action&& action) {
     try {
         return action();
-    } catch (const CLIError&) {
+    } catch (const CodedFailure&) {
         throw;
     } catch (const std::exception& error) {
         throw Failure(prefix + describe(error));

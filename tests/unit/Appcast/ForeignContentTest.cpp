@@ -130,7 +130,7 @@ TEST(UpdatedItem, changesOnlyTheElementsOfWhatWasGiven) {
     const std::string rollout = "      <sparkle:phasedRolloutInterval>3600</sparkle:phasedRolloutInterval>\n";
     const struct {
         const char* name;
-        AppcastItemChanges changes;
+        ReleaseChanges changes;
         std::string from; ///< the piece of the item that becomes `to`
         std::string to;
     } cases[] = {
@@ -171,8 +171,8 @@ TEST(UpdatedItem, changesOnlyTheElementsOfWhatWasGiven) {
 }
 
 TEST(UpdatedItem, isEditedInEveryLayout) {
-    const AppcastItemChanges toBeta{.channel = std::optional<std::string>("beta")};
-    const auto edit = [&](const std::string& item, const AppcastItemChanges& changes) {
+    const ReleaseChanges toBeta{.channel = std::optional<std::string>("beta")};
+    const auto edit = [&](const std::string& item, const ReleaseChanges& changes) {
         const std::string feed = "<rss><channel>" + item + "</channel></rss>";
         return test::makeEditor().updateItem({7, "1.0"}, changes, viewBytes(feed));
     };

@@ -218,12 +218,12 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultRow{"missingOption",
                              {"releases", "delete", "ID"},
                              "Error: Missing expected argument '-b, --bundle-id <bundle-id>'\n"
-                             "Usage: halvo releases delete <id> --bundle-id <bundle-id> [--yes]\n"
+                             "Usage: halvo releases delete <id> --bundle-id <bundle-id> [<options>]\n"
                              "  See 'halvo releases delete --help' for more information.\n"},
                     FaultRow{"confirmationIsNoValue",
                              {"releases", "delete", "ID", "-b", "x", "--yes=false"},
                              "Error: The flag '--yes' takes no value\n"
-                             "Usage: halvo releases delete <id> --bundle-id <bundle-id> [--yes]\n"
+                             "Usage: halvo releases delete <id> --bundle-id <bundle-id> [<options>]\n"
                              "  See 'halvo releases delete --help' for more information.\n"}),
     test::CaseName());
 

@@ -60,7 +60,7 @@ struct Person : TestServices {
 
     MacKeyChainStore keyChain{keychainItems};
     UserDefaultsStorageController storage{userDefaults};
-    LocalAppRepository apps{storage, keyChain, {}, clock};
+    LocalAppRepository apps{storage};
 };
 
 struct DeleteAppCase {

@@ -16,6 +16,7 @@ using test::TestServices;
 using Variables = std::map<std::string, std::string>;
 
 const std::string bundle = "com.example.Demo";
+const BundleInfo demo{.identifier = bundle};
 
 /// One lookup: what the command line and the environment give, and a keychain.
 struct Lookup {
@@ -56,42 +57,46 @@ class S3Lookup : public testing::TestWithParam<S3Row> {};
 TEST_P(S3Lookup, takesEachHalfFromTheFirstPlaceThatHasIt) {
     Lookup lookup(GetParam().options, GetParam().variables);
     lookup.keyChain.setS3Credentials({"stored", "stored secret"}, bundle);
-    const S3Access access = lookup.credentials.resolveS3Credentials(bundle);
+    const S3Access access =
+        resolveS3Access(lookup.options.publication, lookup.test.environment, lookup.keyChain, bundle);
     EXPECT_EQ(access.credentials, GetParam().found);
     EXPECT_EQ(access.sessionToken, GetParam().token);
 }
 
-const ReleaseOptions bothFlags{.s3AccessKeyID = "flag", .s3SecretAccessKey = "flag secret"};
+const ReleaseOptions bothFlags{.publication = {"flag", "flag secret"}};
 const Variables bothVariables{{"AWS_ACCESS_KEY_ID", "var"}, {"AWS_SECRET_ACCESS_KEY", "var secret"}};
 const S3Credentials stored{"stored", "stored secret"};
 
 INSTANTIATE_TEST_SUITE_P(
     ReleaseCredentials, S3Lookup,
-    testing::Values(S3Row{"flags", bothFlags, bothVariables, {"flag", "flag secret"}},
-                    S3Row{"variables", {}, bothVariables, {"var", "var secret"}},
-                    S3Row{"oneOfEach", {.s3AccessKeyID = "flag"}, bothVariables, {"flag", "var secret"}},
-                    S3Row{
-                        "emptyFlagCountsAsNone", {.s3AccessKeyID = ""}, bothVariables, {"var", "var secret"}},
-                    S3Row{"keychain", {}, {}, stored},
-                    S3Row{"halfAPairGivesTheStoredOne", {.s3AccessKeyID = "flag"}, {}, stored},
-                    S3Row{"halfAPairOfVariablesToo",
-                          {},
-                          {{"AWS_SECRET_ACCESS_KEY", "x"}, {"AWS_ACCESS_KEY_ID", ""}},
-                          stored},
-                    S3Row{"tokenGoesWithVariables",
-                          {},
-                          {{"AWS_ACCESS_KEY_ID", "var"},
-                           {"AWS_SECRET_ACCESS_KEY", "var secret"},
-                           {"AWS_SESSION_TOKEN", "t"}},
-                          {"var", "var secret"},
-                          "t"},
-                    S3Row{"tokenNeverGoesWithStoredKeys", {}, {{"AWS_SESSION_TOKEN", "t"}}, stored}),
+    testing::Values(
+        S3Row{"flags", bothFlags, bothVariables, {"flag", "flag secret"}},
+        S3Row{"variables", {}, bothVariables, {"var", "var secret"}},
+        S3Row{"oneOfEach", {.publication = {"flag"}}, bothVariables, {"flag", "var secret"}},
+        S3Row{"emptyFlagCountsAsNone", {.publication = {""}}, bothVariables, {"var", "var secret"}},
+        S3Row{"keychain", {}, {}, stored},
+        S3Row{"halfAPairGivesTheStoredOne", {.publication = {"flag"}}, {}, stored},
+        S3Row{"halfAPairOfVariablesToo",
+              {},
+              {{"AWS_SECRET_ACCESS_KEY", "x"}, {"AWS_ACCESS_KEY_ID", ""}},
+              stored},
+        S3Row{"tokenGoesWithVariables",
+              {},
+              {{"AWS_ACCESS_KEY_ID", "var"},
+               {"AWS_SECRET_ACCESS_KEY", "var secret"},
+               {"AWS_SESSION_TOKEN", "t"}},
+              {"var", "var secret"},
+              "t"},
+        S3Row{"tokenNeverGoesWithFlags", bothFlags, {{"AWS_SESSION_TOKEN", "t"}}, {"flag", "flag secret"}},
+        S3Row{"tokenNeverGoesWithStoredKeys", {}, {{"AWS_SESSION_TOKEN", "t"}}, stored}),
     test::CaseName());
 
 TEST(ReleaseCredentials, withoutS3KeysSaysWhereTheyMayComeFrom) {
-    Lookup lookup({.s3AccessKeyID = "flag"});
+    Lookup lookup({.publication = {"flag"}});
     EXPECT_EQ(
-        Lookup::failureOf([&] { lookup.credentials.resolveS3Credentials(bundle); }),
+        Lookup::failureOf([&] {
+            resolveS3Access(lookup.options.publication, lookup.test.environment, lookup.keyChain, bundle);
+        }),
         "app_not_configured: No S3 credentials found. Provide --s3-access-key-id and --s3-secret-access-key, "
         "set AWS_ACCESS_KEY_ID/AWS_SECRET_ACCESS_KEY, or store them in Keychain via the macOS app.");
 }
@@ -107,26 +112,48 @@ TEST(ReleaseCredentials, signingKeyComesFromFlagThenVariableThenKeychain) {
     Lookup withAll({.sparklePrivateKey = flag.baseEncoding()},
                    {{"SPARKLE_PRIVATE_KEY", variable.baseEncoding()}});
     store(withAll);
-    EXPECT_TRUE(withAll.credentials.getSigningKey(bundle) == flag);
+    EXPECT_TRUE(withAll.credentials.getSigningKey(demo) == flag);
     EXPECT_EQ(withAll.keyChain.storedSparklePrivateKey(bundle), kept.rawRepresentation());
 
     Lookup withVariable({.sparklePrivateKey = ""}, {{"SPARKLE_PRIVATE_KEY", variable.baseEncoding() + "\n"}});
-    EXPECT_TRUE(withVariable.credentials.getSigningKey(bundle) == variable);
+    EXPECT_TRUE(withVariable.credentials.getSigningKey(demo) == variable);
     EXPECT_EQ(withVariable.keyChain.storedSparklePrivateKey(bundle), std::nullopt);
 
     Lookup withKeychain;
     store(withKeychain);
-    EXPECT_TRUE(withKeychain.credentials.getSigningKey(bundle) == kept);
+    EXPECT_TRUE(withKeychain.credentials.getSigningKey(demo) == kept);
 }
 
 TEST(ReleaseCredentials, aKeyThatIsNoneIsNamedWithoutBeingShown) {
     Lookup notBase64({.sparklePrivateKey = "s3cret!"});
     EXPECT_EQ(
-        Lookup::failureOf([&] { notBase64.credentials.getSigningKey(bundle); }),
+        Lookup::failureOf([&] { notBase64.credentials.getSigningKey(demo); }),
         "invalid_argument: SPARKLE_PRIVATE_KEY is not valid base64. Get the correct value with `halvo export "
         "sparkle-key -b com.example.Demo`.");
     Lookup tooShort({}, {{"SPARKLE_PRIVATE_KEY", "c2VjcmV0"}});
-    EXPECT_THROW(tooShort.credentials.getSigningKey(bundle), Ed25519Error);
+    EXPECT_THROW(tooShort.credentials.getSigningKey(demo), Ed25519Error);
+}
+
+TEST(ReleaseCredentials, refusesAKeyThatInstalledCopiesDoNotTrust) {
+    const PrivateKey own = PrivateKey::generate();
+    const PrivateKey other = PrivateKey::generate();
+    BundleInfo app = demo;
+    app.sparklePublicEDKey = own.publicKey().baseEncoding();
+    Lookup lookup({.sparklePrivateKey = other.baseEncoding()});
+    const std::string said = Lookup::failureOf([&] { lookup.credentials.getSigningKey(app); });
+    EXPECT_THAT(said, testing::StartsWith("sparkle_key_mismatch: "));
+    for (const std::string& part : {own.publicKey().baseEncoding(), other.publicKey().baseEncoding(),
+                                    std::string("--sparkle-private-key has")})
+        EXPECT_THAT(said, testing::HasSubstr(part));
+    EXPECT_THAT(said, testing::Not(testing::HasSubstr(other.baseEncoding())));
+    Lookup fitting({.sparklePrivateKey = own.baseEncoding()});
+    EXPECT_TRUE(fitting.credentials.getSigningKey(app) == own);
+
+    Bytes expanded(96, 7); // its last third is not the public half of the rest
+    Lookup damaged({.sparklePrivateKey = encodeBase64(expanded)});
+    EXPECT_THAT(
+        Lookup::failureOf([&] { damaged.credentials.getSigningKey(demo); }),
+        testing::AllOf(testing::StartsWith("sparkle_key_mismatch: "), testing::HasSubstr("public half")));
 }
 
 TEST(ReleaseCredentials, takesOverTheKeyOfSparklesOwnTool) {
@@ -140,7 +167,7 @@ TEST(ReleaseCredentials, takesOverTheKeyOfSparklesOwnTool) {
                                             item),
               KeychainStatus::success);
     ASSERT_TRUE(lookup.keyChain.hasSparklePrivateKey());
-    EXPECT_TRUE(lookup.credentials.getSigningKey(bundle) == machineWide);
+    EXPECT_TRUE(lookup.credentials.getSigningKey(demo) == machineWide);
     EXPECT_EQ(lookup.keyChain.storedSparklePrivateKey(bundle), machineWide.rawRepresentation());
     EXPECT_EQ(lookup.test.output->text + lookup.test.error->text, "");
 }
@@ -151,16 +178,20 @@ const std::string noKey = "signing_key_not_found: No Sparkle signing key for com
 
 TEST(ReleaseCredentials, generatesAKeyOnlyForAPersonWhoAgrees) {
     Lookup nobody;
-    EXPECT_EQ(Lookup::failureOf([&] { nobody.credentials.getSigningKey(bundle); }), noKey);
+    EXPECT_EQ(Lookup::failureOf([&] { nobody.credentials.getSigningKey(demo); }), noKey);
     Lookup refusing({}, {}, test::personsTerminal(), "n\r");
-    EXPECT_EQ(Lookup::failureOf([&] { refusing.credentials.getSigningKey(bundle); }), noKey);
+    EXPECT_EQ(Lookup::failureOf([&] { refusing.credentials.getSigningKey(demo); }), noKey);
     EXPECT_EQ(refusing.keyChain.storedSparklePrivateKey(bundle), std::nullopt);
     Lookup inJSON({.format = OutputFormat::json}, {}, test::personsTerminal());
-    EXPECT_THAT(Lookup::failureOf([&] { inJSON.credentials.getSigningKey(bundle); }),
-                testing::StartsWith("confirmation_required: "));
+    EXPECT_EQ(Lookup::failureOf([&] { inJSON.credentials.getSigningKey(demo); }), noKey);
+    BundleInfo trusting = demo; // installed copies accept one key only
+    trusting.sparklePublicEDKey = PrivateKey::generate().publicKey().baseEncoding();
+    Lookup withTrust({}, {}, test::personsTerminal(), "\r");
+    EXPECT_THAT(Lookup::failureOf([&] { withTrust.credentials.getSigningKey(trusting); }),
+                testing::AllOf(testing::StartsWith(noKey), testing::HasSubstr(*trusting.sparklePublicEDKey)));
 
     Lookup agreeing({}, {}, test::personsTerminal(), "\r");
-    const PrivateKey key = agreeing.credentials.getSigningKey(bundle);
+    const PrivateKey key = agreeing.credentials.getSigningKey(demo);
     EXPECT_EQ(agreeing.keyChain.storedSparklePrivateKey(bundle), key.rawRepresentation());
     EXPECT_THAT(agreeing.test.output->text, testing::HasSubstr("Back up your Sparkle signing key."));
     EXPECT_THAT(agreeing.test.output->text + agreeing.test.error->text,

@@ -31,7 +31,7 @@ struct Newcomer : TestServices {
 
     std::optional<LocalApp> storedApp() {
         UserDefaultsStorageController storage(userDefaults);
-        return LocalAppRepository(storage, keyChain, {}, clock).fetchStored(bundle);
+        return LocalAppRepository(storage).fetchStored(bundle);
     }
     std::string said() const { return output->text + error->text; }
 

@@ -6,6 +6,8 @@
 #include <Support/DemoApp.h>
 #include <Support/FakeDistributionTools.h>
 
+#include <Base/Base64.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -28,7 +30,7 @@ class Preparation {
 public:
     Preparation() {
         fs::create_directory(temporary);
-        tools.dmg = URL::file(folder.write("temporary/Demo.dmg", "disk image"));
+        tools.dmg = URL::file(folder.write("temporary/own/Demo.dmg", "disk image"));
     }
 
     ImportedBundle imported(Input input) const {
@@ -42,8 +44,7 @@ public:
         return {};
     }
 
-    BinaryPreparationService::Prepared prepare(Input input, const PackageFormat& format,
-                                               const NotarizationPolicy& policy) {
+    PreparedBinary prepare(Input input, const PackageFormat& format, const NotarizationPolicy& policy) {
         const ImportedBundle bundle = imported(input);
         return service.prepareBinary({.importedBundle = bundle,
                                       .privateKey = key,
@@ -52,7 +53,10 @@ public:
                                       .onStepChange = [this](Step step) { steps.push_back(step); }});
     }
 
-    bool temporaryIsEmpty() const { return fs::is_empty(temporary); }
+    bool temporaryIsEmpty() const {
+        return !fs::exists(temporary / "own/Demo.dmg") &&
+               (fs::is_empty(temporary) || fs::is_empty(temporary / "own"));
+    }
 
     test::TemporaryFolder folder;
     fs::path temporary = folder / "temporary";
@@ -90,10 +94,10 @@ TEST_P(PreparationMatrix, hasStepsToolsAndResult) {
 
     EXPECT_EQ(preparation.steps, row.steps);
     EXPECT_EQ(preparation.tools.calls, row.calls);
-    EXPECT_EQ(prepared.fileURL.lastPathComponent(), row.file);
-    EXPECT_EQ(prepared.shouldCleanup, row.shouldCleanup);
-    const Bytes delivered = readFile(prepared.fileURL.filePath());
-    EXPECT_TRUE(preparation.key.publicKey().isValidSignature(prepared.signature, delivered));
+    EXPECT_EQ(prepared.file().filename(), row.file);
+    EXPECT_EQ(prepared.isOwn(), row.shouldCleanup);
+    const Bytes delivered = readFile(prepared.file());
+    EXPECT_TRUE(preparation.key.publicKey().isValidSignature(*decodeBase64(prepared.signature), delivered));
 }
 
 const Calls appToDMG{"isSignedForDistribution Demo.app", "sign Demo.app as Developer ID",

@@ -1,9 +1,6 @@
 #include <HalvoCore/LocalAppRepository.h>
 
-#include <KeyChain/MacKeyChainStore.h>
-#include <Platform/FileKeychainItems.h>
 #include <Support/FakeClock.h>
-#include <Support/MemoryAppcastStorage.h>
 #include <Support/TemporaryFolder.h>
 
 #include <nlohmann/json.hpp>
@@ -18,7 +15,6 @@ namespace halvo {
 namespace {
 
 using nlohmann::json;
-using test::MemoryAppcastStorage;
 
 const std::string firstID = "6D1A9F1C-3B7E-5A2D-9C4F-8E0A1B2C3D4E";
 
@@ -74,17 +70,6 @@ TEST_F(StoreTest, whatCannotBeReadCountsAsAbsent) {
     }
 }
 
-std::string feedOf(int version) {
-    return "<rss version=\"2.0\" "
-           "xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>"
-           "<item><title>R</title><pubDate>Sun, 22 Nov 2026 09:30:00 +0000</pubDate><sparkle:version>" +
-           std::to_string(version) +
-           "</sparkle:version><sparkle:shortVersionString>1</sparkle:shortVersionString>"
-           "<enclosure url=\"https://x.example/a.zip\" length=\"1\" type=\"application/zip\" "
-           "sparkle:edSignature=\"" +
-           std::string(86, 'A') + "==\"/></item></channel></rss>";
-}
-
 class LocalAppRepositoryTest : public StoreTest {
 protected:
     static LocalApp app(const std::string& name) {
@@ -93,17 +78,8 @@ protected:
                 .name = name,
                 .storage = {S3Configuration{.bucket = name,
                                             .region = "us-east-1",
-                                            .publicBaseURL = MemoryAppcastStorage::baseURL(),
+                                            .publicBaseURL = *URL::parse("https://dl.example.com"),
                                             .appcastPath = "appcast.xml"}}};
-    }
-    /// Stores apps of these names, with credentials.
-    std::vector<LocalApp> createApps(const std::vector<std::string>& names) {
-        std::vector<LocalApp> apps;
-        for (const std::string& name : names) {
-            apps.push_back(repository.create(app(name)));
-            keyChain.setS3Credentials({"id of " + name, "secret"}, apps.back().bundleIdentifier);
-        }
-        return apps;
     }
     static std::vector<std::string> names(const std::vector<LocalApp>& apps) {
         std::vector<std::string> names;
@@ -112,17 +88,10 @@ protected:
         return names;
     }
 
-    FileKeychainItems items{folder / "keys/keychain.json", clock, [](const std::string&) {}};
-    MacKeyChainStore keyChain{items};
-    std::function<std::unique_ptr<AppcastStorageProvider>(const std::string& bucket)> open =
-        [](const std::string&) { return std::make_unique<MemoryAppcastStorage>(); };
-    LocalAppRepository repository{
-        storage, keyChain,
-        [this](const S3Configuration& configuration, const S3Credentials& credentials) {
-            EXPECT_EQ(credentials.accessKeyID, "id of " + configuration.bucket);
-            return open(configuration.bucket);
-        },
-        clock};
+    LocalAppRepository repository{storage, [this](const LocalApp& one) { return fetch(one.name); }};
+    std::function<std::vector<Release>(const std::string& name)> fetch = [](const std::string&) {
+        return std::vector<Release>();
+    };
 };
 
 TEST_F(LocalAppRepositoryTest, keepsTheListUnderOneKeyAndNeverItsReleases) {
@@ -160,64 +129,34 @@ TEST_F(LocalAppRepositoryTest, aListOfAnotherShapeCountsAsNone) {
     }
 }
 
-TEST_F(LocalAppRepositoryTest, withoutCredentialsAnAppHasNoReleases) {
-    repository.create(app("Demo"));
-    open = [](const std::string&) -> std::unique_ptr<AppcastStorageProvider> {
-        ADD_FAILURE() << "was opened";
-        return nullptr;
-    };
-    ASSERT_EQ(repository.list().size(), 1U);
-    EXPECT_TRUE(repository.fetch("com.example.Demo").releases.empty());
-    try {
-        repository.fetch("com.example.Nobody");
-        FAIL() << "was found";
-    } catch (const AppRepositoryError& error) {
-        EXPECT_STREQ(error.what(), "Storage error: App not found: com.example.Nobody");
-    }
-}
-
 TEST_F(LocalAppRepositoryTest, listKeepsTheStoredOrderWhicheverFetchEndsFirst) {
-    createApps({"First", "Second", "Third"});
-    // The first feed answers only after both others have: fetches run side by side.
+    for (const char* name : {"First", "Second", "Third"})
+        repository.create(app(name));
+    // The first fetch ends only after both others have: they run side by side.
     std::mutex mutex;
     std::condition_variable changed;
     int answered = 0;
-    open = [&](const std::string& bucket) {
-        auto feed = std::make_unique<MemoryAppcastStorage>();
-        feed->feed = feedOf(bucket == "First" ? 1 : bucket == "Second" ? 2 : 3);
-        feed->duringDownload = [&, bucket] {
-            std::unique_lock lock(mutex);
-            const bool othersAnswered = bucket != "First" || changed.wait_for(lock, std::chrono::seconds(20),
-                                                                              [&] { return answered == 2; });
-            EXPECT_TRUE(othersAnswered);
-            ++answered;
-            changed.notify_all();
-        };
-        return feed;
+    fetch = [&](const std::string& name) {
+        std::unique_lock lock(mutex);
+        const bool othersAnswered = name != "First" || changed.wait_for(lock, std::chrono::seconds(20),
+                                                                        [&] { return answered == 2; });
+        EXPECT_TRUE(othersAnswered);
+        ++answered;
+        changed.notify_all();
+        return std::vector<Release>{{.title = name}};
     };
-    const auto apps = repository.list();
-    EXPECT_EQ(names(apps), (std::vector<std::string>{"First", "Second", "Third"}));
-    for (std::size_t index = 0; index < apps.size(); ++index) {
-        ASSERT_EQ(apps[index].releases.size(), 1U);
-        EXPECT_EQ(apps[index].releases[0].bundleVersion, static_cast<std::int64_t>(index) + 1);
-    }
-}
+    for (const LocalApp& listed : repository.list())
+        EXPECT_EQ(listed.releases.at(0).title, listed.name);
+    EXPECT_EQ(names(repository.listStored()), (std::vector<std::string>{"First", "Second", "Third"}));
+    EXPECT_EQ(repository.fetch("com.example.Second").releases.at(0).title, "Second");
+    EXPECT_THROW(repository.fetch("com.example.Nobody"), AppRepositoryError);
 
-TEST_F(LocalAppRepositoryTest, oneFailingFetchFailsTheList) {
-    createApps({"Good", "Bad", "AlsoGood"});
-    open = [](const std::string& bucket) {
-        auto feed = std::make_unique<MemoryAppcastStorage>();
-        feed->failingAt = bucket == "Bad" ? "download" : "";
-        return feed;
+    fetch = [](const std::string& name) {
+        if (name == "Second")
+            throw Failure("no way");
+        return std::vector<Release>();
     };
-    EXPECT_THROW(repository.list(), AppcastStorageError);
-}
-
-TEST_F(LocalAppRepositoryTest, aKeychainThatCannotBeReadIsNoEmptyList) {
-    createApps({"Demo"});
-    std::filesystem::remove(folder / "keys/keychain.json");
-    std::filesystem::create_directory(folder / "keys/keychain.json");
-    EXPECT_THROW(repository.list(), KeychainError);
+    EXPECT_THROW(repository.list(), Failure);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <Base/Bytes.h>
 #include <Base/URL.h>
+#include <Models/Release.h>
 #include <Platform/Clock.h>
 
 #include <optional>
@@ -20,15 +21,6 @@ struct AppcastItemID {
     /// 1 for the first item with both numbers, 2 for the next. Twins come from other tools.
     int twin = 1;
     bool operator==(const AppcastItemID&) const = default;
-};
-
-/// What `AppcastEditor::updateItem` sets. What is absent stays as it is.
-struct AppcastItemChanges {
-    std::optional<bool> isPublished{};
-    std::optional<bool> isCritical{};
-    std::optional<bool> isPhasedRollout{};
-    std::optional<std::optional<std::string>> channel{}; ///< holding nothing: the default channel
-    std::optional<std::string> releaseNotes{};           ///< Markdown
 };
 
 /// What a feed holds.
@@ -94,7 +86,7 @@ public:
     std::string upsertItem(const AppcastItem& item, std::optional<ByteView> document) const;
 
     /// Changes an item where it stands. Throws AppcastEditorError (ItemNotFound).
-    std::string updateItem(const AppcastItemID& id, const AppcastItemChanges& changes,
+    std::string updateItem(const AppcastItemID& id, const ReleaseChanges& changes,
                            ByteView document) const;
 
     /// Removes one item. Throws AppcastEditorError (ItemNotFound).

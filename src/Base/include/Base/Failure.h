@@ -47,6 +47,14 @@ public:
     typename Cases::Case which; ///< callers branch on this, never on the sentence
 };
 
+/// A failure with a code for machines: snake_case, and its meaning never changes.
+class CodedFailure : public Failure {
+public:
+    CodedFailure(std::string code, std::string message)
+        : Failure(std::move(message)), code(std::move(code)) {}
+    std::string code;
+};
+
 /// Raised out of a blocking call whose cancellation was requested (Ctrl-C, SIGTERM). It is not a
 /// `std::exception`, so that no handler of failures takes it for one; only `main` and the commands that
 /// report a cancellation catch it.

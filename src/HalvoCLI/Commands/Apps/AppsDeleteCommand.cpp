@@ -3,9 +3,9 @@
 #include "Commands/Commands.h"
 #include "Commands/HostedApps.h"
 #include "Output/FailureReport.h"
-#include "ServiceFailure.h"
 #include "Services.h"
 
+#include <HalvoCore/HostedPublication.h>
 #include <HalvoCore/ServerAppRepository.h>
 #include <Models/ServiceAddresses.h>
 

@@ -57,9 +57,22 @@ ProjectBuild::ProjectBuild(const ReleaseOptions& options, const ReleaseCredentia
     if (!options.scheme || options.scheme->empty())
         throw CLIError("missing_argument",
                        "--scheme is required when releasing from an Xcode project or workspace");
+    if (options.bundleId && !options.bundleId->empty())
+        bundle = options.bundleId;
 }
 
-ReleaseVersionOverride ProjectBuild::resolveOverride(const URL& project, const FetchReleases& fetchReleases) {
+std::optional<std::string> ProjectBuild::bundleIdentifier(const URL& project) {
+    try {
+        if (!bundle)
+            bundle = context.noora().wait("Reading the build settings", [&] {
+                return xcode.bundleIdentifier(project.filePath(), projectType(project), *options.scheme);
+            });
+    } catch (const Failure&) { // the build tells what is wrong, and the app in it has the identifier too
+    }
+    return bundle;
+}
+
+ReleaseVersionOverride ProjectBuild::resolveOverride(const URL& project, const NextBuild& nextBuild) {
     ReleaseVersionOverride versions{.marketingVersion = options.marketingVersion};
     if (!options.buildNumber)
         return versions;
@@ -68,22 +81,20 @@ ReleaseVersionOverride ProjectBuild::resolveOverride(const URL& project, const F
             {.message = "Resolving next build number",
              .successMessage = "Next build number resolved",
              .errorMessage = "Failed to resolve next build number"},
-            [&](ProgressUpdater& line) { return resolveAutoBuildNumber(project, fetchReleases, line); });
+            [&](ProgressUpdater& line) { return resolveAutoBuildNumber(project, nextBuild, line); });
     else
         versions.buildNumber = options.buildNumber->resolve(clock.now());
     return versions;
 }
 
-std::int64_t ProjectBuild::resolveAutoBuildNumber(const URL& project, const FetchReleases& fetchReleases,
+std::int64_t ProjectBuild::resolveAutoBuildNumber(const URL& project, const NextBuild& nextBuild,
                                                   ProgressUpdater& line) {
     try {
-        const std::string bundle =
-            options.bundleId && !options.bundleId->empty()
-                ? *options.bundleId
-                : xcode.bundleIdentifier(project.filePath(), projectType(project), *options.scheme);
-        line.update("Fetching released builds for " + bundle);
-        return nextBundleVersion(fetchReleases(bundle));
-    } catch (const CLIError&) {
+        if (!bundle)
+            bundle = xcode.bundleIdentifier(project.filePath(), projectType(project), *options.scheme);
+        line.update("Fetching released builds for " + *bundle);
+        return nextBuild(*bundle);
+    } catch (const CodedFailure&) {
         throw;
     } catch (const std::exception& error) {
         throw unknownBuildNumber(error);

@@ -19,16 +19,19 @@ namespace halvo {
 /// Makes an archive of the app in an Xcode project or workspace.
 class ProjectBuild {
 public:
-    /// Gives all releases of an app at the place where the new one will go.
-    using FetchReleases = std::function<std::vector<Release>(const std::string& bundleIdentifier)>;
+    /// Asks the place where the new release of an app will go for its next build number.
+    using NextBuild = std::function<std::int64_t(const std::string& bundleIdentifier)>;
 
     /// Throws CLIError `missing_argument` when no scheme is named.
     ProjectBuild(const ReleaseOptions& options, const ReleaseCredentials& credentials, Platform& platform,
                  const OutputContext& context);
 
+    /// The app that the scheme builds, or the one that was named. Absent when xcodebuild does not tell.
+    std::optional<std::string> bundleIdentifier(const URL& project);
+
     /// The versions to build with, as far as they are given. Throws CLIError when `--build-number auto`
     /// cannot be answered.
-    ReleaseVersionOverride resolveOverride(const URL& project, const FetchReleases& fetchReleases);
+    ReleaseVersionOverride resolveOverride(const URL& project, const NextBuild& nextBuild);
 
     /// The archive, which belongs to the caller. It is made without a profile first; only an app that needs
     /// one is archived anew with what can provide it: the given profile, else the App Store Connect key,
@@ -40,7 +43,7 @@ public:
 private:
     using Attempt = std::function<std::filesystem::path(const XcodeArchiveService::Signing&)>;
 
-    std::int64_t resolveAutoBuildNumber(const URL& project, const FetchReleases& fetchReleases,
+    std::int64_t resolveAutoBuildNumber(const URL& project, const NextBuild& nextBuild,
                                         ProgressUpdater& line);
     std::filesystem::path
     archiveProjectWithProgress(const Attempt& attempt,
@@ -52,6 +55,7 @@ private:
     Clock& clock;
     const OutputContext& context;
     XcodeArchiveService xcode;
+    std::optional<std::string> bundle{}; ///< once xcodebuild told it
 };
 
 /// The table "Version Override", in text format only. `source` is what `--build-number` was.

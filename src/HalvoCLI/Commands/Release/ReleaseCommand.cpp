@@ -1,9 +1,8 @@
 #include "Commands/Commands.h"
-#include "Commands/Release/ReleaseFlow.h"
+#include "Commands/Release/ReleaseController.h"
 
 #include "CommandLine/CIEnvironment.h"
 #include "Output/AppManagementSettingsPrompt.h"
-#include "ServiceFailure.h"
 
 #include <HalvoDMG/DMGCreationError.h>
 #include <HalvoNotarization/XcodeArchiveError.h>
@@ -50,10 +49,10 @@ bool isNotPermitted(const std::exception& error) {
 
 /// What a failure is reported as, whatever the format.
 CLIError reportOf(const std::exception& error) {
-    if (const auto* own = dynamic_cast<const CLIError*>(&error))
-        return *own;
+    if (const auto* coded = dynamic_cast<const CodedFailure*>(&error))
+        return CLIError(*coded);
     if (const auto* service = dynamic_cast<const APIError*>(&error))
-        return reportOf(*service);
+        return {"api_error", "API error: " + service->description()};
     const std::string text = describe(error);
     if (dynamic_cast<const KeychainError*>(&error) != nullptr)
         return {"keychain_error", "Key error: " + text};
@@ -84,31 +83,33 @@ public:
         if (options.beta)
             services.streams.standardError->write(
                 "warning: --beta is deprecated; use --channel beta instead.\n");
-        std::string leftovers;
+        const auto tell = [&services](const std::string& line) {
+            services.streams.standardError->write("warning: " + line + "\n");
+        };
+        Warnings leftovers;
         try {
-            ReleaseFlow flow(options, services.platform, context);
+            ReleaseController controller(options, services.platform, context, tell);
             try {
-                flow.run();
+                controller.run();
             } catch (...) {
-                leftovers = flow.leftovers();
+                leftovers = controller.leftovers();
                 throw;
             }
-        } catch (const ExitCode&) {
-            throw ExitCode{ExitCode::failure};
         } catch (const CancelledError&) {
-            context.emit(CLIError("cancelled", "The release was cancelled." + leftovers));
+            context.emit(CLIError("cancelled", "The release was cancelled."));
             throw ExitCode{ExitCode::failure};
         } catch (const std::exception& error) {
-            report(error, leftovers, services, context);
+            report(error, services, context);
+            for (const std::string& line : leftovers)
+                services.streams.standardError->write(line + "\n");
             throw ExitCode{ExitCode::failure};
         }
     }
 
 private:
-    static void report(const std::exception& error, const std::string& leftovers, const Services& services,
-                       const OutputContext& context) {
+    static void report(const std::exception& error, const Services& services, const OutputContext& context) {
         const CLIError report = reportOf(error);
-        context.emit(CLIError(report.code, report.description() + leftovers));
+        context.emit(report);
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);
         if (isNotPermitted(error) && context.format() == OutputFormat::text && context.interactive() &&

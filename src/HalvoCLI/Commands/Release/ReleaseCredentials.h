@@ -6,19 +6,13 @@
 #include <Ed25519/PrivateKey.h>
 #include <HalvoNotarization/ASCAuthenticationKey.h>
 #include <KeyChain/KeyChainStore.h>
+#include <Models/BundleInfo.h>
 #include <Models/Notarization.h>
-#include <Models/StorageConfiguration.h>
 
 #include <optional>
 #include <string>
 
 namespace halvo {
-
-/// The keys of a bucket, with the session token of temporary keys.
-struct S3Access {
-    S3Credentials credentials{};
-    std::optional<std::string> sessionToken{};
-};
 
 /// The App Store Connect key as xcodebuild takes it; absent for a keychain profile, which only notarytool
 /// knows.
@@ -32,22 +26,16 @@ public:
                        const OutputContext& context)
         : options(options), environment(environment), keyChain(keyChain), context(context) {}
 
-    /// Each half of the pair from its flag or variable; when either is missing, the pair of the keychain. The
-    /// token of `AWS_SESSION_TOKEN` goes with keys from flags or variables, never with stored ones. Throws
-    /// CLIError `app_not_configured` and KeychainError.
-    S3Access resolveS3Credentials(const std::string& bundleIdentifier) const;
-
-    /// Throws CLIError (`invalid_argument`, `signing_key_not_found`), Ed25519Error and KeychainError.
-    PrivateKey getSigningKey(const std::string& bundleIdentifier) const;
+    /// The key that signs updates of the app. Throws CLIError: `sparkle_key_mismatch` when installed copies
+    /// of the app trust another key, `signing_key_not_found`, `invalid_argument`.
+    PrivateKey getSigningKey(const BundleInfo& app) const;
 
     /// The App Store Connect key; absent when nothing of it is given. Throws CLIError `invalid_argument` when
     /// a part is missing or is no base64.
     std::optional<NotarizationCredentials> resolveNotarizationCredentials() const;
 
 private:
-    std::optional<std::string> firstNonEmpty(const std::optional<std::string>& flag,
-                                             const char* variable) const;
-    PrivateKey generateSigningKey(const std::string& bundleIdentifier) const;
+    PrivateKey generateSigningKey(const BundleInfo& app) const;
 
     const ReleaseOptions& options;
     const Environment& environment;

@@ -1,6 +1,28 @@
 #include "Commands/Release/ReleaseOptions.h"
 
+#include <Base/Text.h>
+
 namespace halvo {
+
+std::optional<BuildNumber> BuildNumber::parse(const std::string& argument) {
+    const std::string text = lowercased(argument);
+    if (text == "auto")
+        return BuildNumber{Auto{}};
+    if (text == "timestamp")
+        return BuildNumber{Timestamp{}};
+    const auto value = parseInteger(text);
+    if (!value || *value <= 0)
+        return std::nullopt;
+    return BuildNumber{Explicit{*value}};
+}
+
+std::optional<std::int64_t> BuildNumber::resolve(Date now) const {
+    if (const auto* number = std::get_if<Explicit>(&kind))
+        return number->value;
+    if (std::holds_alternative<Timestamp>(kind))
+        return parseInteger(formatTimestamp(now));
+    return std::nullopt;
+}
 
 void ReleaseOptions::declare(CommandArguments& arguments) {
     arguments.positional("path", path,
@@ -25,11 +47,10 @@ void ReleaseOptions::declare(CommandArguments& arguments) {
     arguments.flag("--skip-notarization", skipNotarization,
                    "Skip notarization (not recommended for public distribution)");
     arguments.option("-o,--output", output, "Output directory for the built artifact (skips upload)");
-    arguments.option("--s3-access-key-id", s3AccessKeyID,
-                     "S3 access key ID (overrides keychain; or set AWS_ACCESS_KEY_ID)");
-    arguments.option("--s3-secret-access-key", s3SecretAccessKey,
-                     "S3 secret access key (overrides keychain; or set AWS_SECRET_ACCESS_KEY)");
-    s3Destination.declare(arguments);
+    publication.declareKeys(arguments);
+    publication.bucket.declare(arguments);
+    arguments.flag("--adopt-feed", adoptFeed,
+                   "Take over a feed that has another app's name, once, for an app that was renamed");
     arguments.typedOption<OutputFormat>("--format", format, "Output format (text, json)", parseOutputFormat,
                                         "text", outputFormatNames());
     arguments.option("--sparkle-private-key", sparklePrivateKey,
@@ -63,6 +84,15 @@ void ReleaseOptions::declare(CommandArguments& arguments) {
         "workspace.");
     arguments.flag("--non-interactive", nonInteractive,
                    "Fail instead of prompting; auto-enabled when CI is set");
+}
+
+ReleaseConfiguration releaseConfiguration(const ReleaseOptions& options,
+                                          const std::optional<std::string>& channel) {
+    return {.releaseNotes = options.releaseNotes.value_or(""),
+            .channel = channel,
+            .isPhasedRollout = options.phasedRollout,
+            .isCritical = options.critical,
+            .isPublished = !options.draft};
 }
 
 } // namespace halvo

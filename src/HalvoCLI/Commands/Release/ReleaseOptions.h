@@ -1,10 +1,38 @@
 #pragma once
 
-#include "Commands/Release/BuildNumber.h"
-#include "Commands/S3DestinationOptions.h"
 #include "Output/OutputFormat.h"
+#include "Publications.h"
+
+#include <Base/Date.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
 
 namespace halvo {
+
+/// The value of `--build-number`.
+struct BuildNumber {
+    struct Explicit {
+        std::int64_t value = 0; ///< above zero
+        bool operator==(const Explicit&) const = default;
+    };
+    struct Auto { ///< one past the highest released build number
+        bool operator==(const Auto&) const = default;
+    };
+    struct Timestamp { ///< the time of the run, yyyyMMddHHmmss in UTC
+        bool operator==(const Timestamp&) const = default;
+    };
+    std::variant<Auto, Explicit, Timestamp> kind = Auto();
+
+    /// "auto" and "timestamp" in any case, or a positive integer; absent for anything else.
+    static std::optional<BuildNumber> parse(const std::string& argument);
+    /// Absent for `Auto`, which only the destination can tell.
+    std::optional<std::int64_t> resolve(Date now) const;
+
+    bool operator==(const BuildNumber&) const = default;
+};
 
 /// Everything that `halvo release` accepts, as it was given.
 struct ReleaseOptions {
@@ -23,9 +51,8 @@ struct ReleaseOptions {
     std::optional<std::string> dmgBackground{};
     bool skipNotarization = false;
     std::optional<std::string> output{};
-    std::optional<std::string> s3AccessKeyID{};
-    std::optional<std::string> s3SecretAccessKey{};
-    S3DestinationOptions s3Destination{};
+    PublicationOptions publication{};
+    bool adoptFeed = false;
     OutputFormat format = OutputFormat::text;
     std::optional<std::string> sparklePrivateKey{};
     std::optional<std::string> ascAPIKeyID{};
@@ -39,5 +66,9 @@ struct ReleaseOptions {
 
     void declare(CommandArguments& arguments);
 };
+
+/// What the options choose for the release itself; `channel` is the resolved one.
+ReleaseConfiguration releaseConfiguration(const ReleaseOptions& options,
+                                          const std::optional<std::string>& channel);
 
 } // namespace halvo

@@ -2,17 +2,27 @@
 
 #include "Commands/Release/ReleaseInput.h"
 
-#include <HalvoCore/ReleaseController.h>
-#include <HalvoCore/ReleasePolicies.h>
 #include <HalvoDMG/DMGBackground.h>
 #include <HalvoDMG/DMGConfiguration.h>
 #include <HalvoDMG/DMGCreationError.h>
 #include <HalvoNotarization/CodesigningError.h>
 
+#include <algorithm>
+
 namespace halvo {
 namespace {
 
 bool isGiven(const std::optional<std::string>& option) { return option && !option->empty(); }
+
+/// Throws CodesigningError when a disk image should be built and its identity is not on this machine.
+void validate(const ReleaseSettings& settings, DistributionTools& tools) {
+    if (!settings.dmgEnabled)
+        return;
+    const std::vector<CodesignIdentity> identities = tools.availableIdentities();
+    if (std::ranges::find(identities, settings.codesignIdentity.hash, &CodesignIdentity::hash) ==
+        identities.end())
+        throw CodesigningError(CodesigningError::IdentityNotFound{settings.codesignIdentity.name});
+}
 
 } // namespace
 
@@ -72,9 +82,7 @@ std::optional<URL> ReleasePlanner::resolveBackground(const std::optional<Release
     std::optional<URL> requested;
     if (isGiven(options.dmgBackground))
         requested = URL::file(expandingTilde(*options.dmgBackground, platform.homeDirectory));
-    const std::optional<URL> background =
-        DMGBackgroundPolicy::resolve(requested, stored ? stored->dmgBackgroundURL : std::nullopt, true)
-            .custom;
+    const std::optional<URL> background = requested || !stored ? requested : stored->dmgBackgroundURL;
     if (!background)
         return std::nullopt;
     try {

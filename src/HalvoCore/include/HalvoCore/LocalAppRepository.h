@@ -1,27 +1,22 @@
 #pragma once
 
 #include <HalvoCore/AppRepository.h>
-#include <HalvoCore/AppcastStorage.h>
 #include <HalvoCore/StorageController.h>
-#include <KeyChain/KeyChainStore.h>
-#include <Platform/Clock.h>
+#include <Models/App.h>
 
 #include <functional>
-#include <memory>
 
 namespace halvo {
 
-/// Opens the storage that a configuration names.
-using AppcastStorageFactory =
-    std::function<std::unique_ptr<AppcastStorageProvider>(const S3Configuration&, const S3Credentials&)>;
-
-/// The self-hosted apps of this machine, kept in the settings store under "localApps". Their releases are
-/// read from their feeds.
+/// The self-hosted apps of this machine, kept in the settings store under "localApps".
 class LocalAppRepository final : public AppRepository<LocalApp> {
 public:
-    LocalAppRepository(StorageControllerProtocol& storage, KeyChainStore& keyChain,
-                       AppcastStorageFactory openStorage, Clock& clock)
-        : storage(storage), keyChain(keyChain), openStorage(std::move(openStorage)), clock(clock) {}
+    /// Reads the releases of an app from its feed. `list` and `fetch`, which are for front ends that show
+    /// apps together with their releases, call it, from several threads.
+    using FetchReleases = std::function<std::vector<Release>(const LocalApp&)>;
+
+    explicit LocalAppRepository(StorageControllerProtocol& storage, FetchReleases fetchReleases = {})
+        : storage(storage), fetchReleases(std::move(fetchReleases)) {}
 
     /// As stored, without releases.
     std::vector<LocalApp> listStored();
@@ -35,16 +30,11 @@ public:
     LocalApp update(const LocalApp& app) override;
     void remove(const LocalApp& app) override;
 
-    /// Empty when no credentials are stored for the app.
-    std::vector<Release> fetchReleases(const LocalApp& app);
-
 private:
     void store(const std::vector<LocalApp>& apps);
 
     StorageControllerProtocol& storage;
-    KeyChainStore& keyChain;
-    AppcastStorageFactory openStorage;
-    Clock& clock;
+    FetchReleases fetchReleases;
 };
 
 } // namespace halvo

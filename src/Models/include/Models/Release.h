@@ -47,6 +47,15 @@ std::int64_t nextBundleVersion(const std::vector<Release>& releases);
 void to_json(nlohmann::json& json, const Release& release);
 void from_json(const nlohmann::json& json, Release& release); ///< throws ModelError
 
+/// What an edit of a published release sets. What is absent stays as it is.
+struct ReleaseChanges {
+    std::optional<bool> isPublished{};
+    std::optional<bool> isCritical{};
+    std::optional<bool> isPhasedRollout{};
+    std::optional<std::optional<std::string>> channel{}; ///< holding nothing: the default channel
+    std::optional<std::string> releaseNotes{};           ///< Markdown
+};
+
 /// What the user chose for one release.
 struct ReleaseConfiguration {
     std::string releaseNotes{};

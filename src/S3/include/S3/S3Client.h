@@ -17,8 +17,8 @@ namespace halvo {
 ///
 /// A body goes out plain and whole with its SHA-256 in the signature: no chunked signing, no checksum
 /// trailers, no ACL, which not every store takes. Each request may take 600 seconds. Temporary failures (no
-/// connection, a lost one, 429, 500, 502, 503, 504, SlowDown, InternalError, RequestTimeout) are tried again,
-/// five times in all. Keys are whole keys, UTF-8.
+/// connection, a lost one, 408, 429, 500, 502, 503, 504, SlowDown, InternalError, RequestTimeout,
+/// OperationAborted) are tried again, five times in all. Keys are whole keys, UTF-8.
 ///
 /// Every operation throws S3Error for a refusal, HTTPError when there is no response, and CancelledError. It
 /// holds no state between operations, which may run at the same time.
@@ -30,20 +30,36 @@ public:
     S3Client(S3Location location, S3AccessKey key, HTTPSession& http, Clock& clock,
              std::stop_token cancellation, Randomness randomness = systemRandomness);
 
+    /// What must be true of an object for it to be written.
+    struct Condition {
+        std::optional<std::string>
+            entityTag{}; ///< the one that it still has; absent: there is no such object
+    };
+
     struct Upload {
         ByteView body{}; ///< borrowed, sent from where it lies
         std::string contentType{};
         std::optional<SHA256Digest> bodyHash{}; ///< where it is known already; it is computed otherwise
         TransferProgress progress{};            ///< starts again from nothing with each attempt
+        /// Sent as If-Match or If-None-Match. A store where it is not true throws S3Error with
+        /// `isConflict()`, one that does not know it an S3Error with `isNotImplemented()`; some ignore it.
+        std::optional<Condition> condition{};
     };
     void putObject(const std::string& key, const Upload& upload) const;
     /// Copies within the bucket, on the store.
     void copyObject(const std::string& sourceKey, const std::string& destinationKey) const;
-    /// Deleting what is not there is no failure on most stores.
+    /// Returns too when there is no such object.
     void deleteObject(const std::string& key) const;
+
+    struct Object {
+        Bytes bytes{};
+        std::optional<std::string> entityTag{}; ///< as the store writes it, with quotes
+    };
     /// Absent when there is no such object. An answer that does not say so plainly is a failure, not an
     /// absence.
-    std::optional<Bytes> getObject(const std::string& key) const;
+    std::optional<Object> getObject(const std::string& key) const;
+    /// Whether there is such an object.
+    bool hasObject(const std::string& key) const;
     /// Returns when the bucket is there and the access key may use it.
     void headBucket() const;
 

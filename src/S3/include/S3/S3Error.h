@@ -25,6 +25,10 @@ public:
 
     /// The object is not there, as opposed to a bucket or a store that is not there.
     bool isMissingObject() const;
+    /// The condition of a request does not hold: somebody else wrote the object meanwhile.
+    bool isConflict() const;
+    /// The store does not know what was asked of it.
+    bool isNotImplemented() const;
 
     Details details;
 

@@ -3,7 +3,9 @@
 #include <Base/Bytes.h>
 
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -50,6 +52,9 @@ struct ReceivedRequest {
 class FaultServer {
 public:
     explicit FaultServer(std::vector<ServerReply> script);
+    /// Asks `respond` about each request, its body read, from several threads.
+    using Respond = std::function<ServerReply(const ReceivedRequest&)>;
+    explicit FaultServer(Respond respond);
     FaultServer(std::initializer_list<ServerReply> script) : FaultServer(std::vector<ServerReply>(script)) {}
     FaultServer(const FaultServer&) = delete;
     FaultServer& operator=(const FaultServer&) = delete;
@@ -65,6 +70,7 @@ private:
     class Connection;
     void acceptClients();
     void serve(int socket, std::size_t number);
+    void start();
     ServerReply nextReply(const ReceivedRequest& request, std::size_t& index);
     void recordBody(std::size_t index, std::string body);
 
@@ -73,9 +79,39 @@ private:
     int portNumber = 0;
     mutable std::mutex mutex;
     std::vector<ServerReply> script;
+    Respond respond{};
     std::vector<ReceivedRequest> received;
     std::vector<std::jthread> clients;
     std::jthread acceptor;
+};
+
+/// A bucket in memory, for clients that need not sign. Objects have entity tags, and conditions are kept,
+/// refused as unknown or not looked at.
+class ObjectServer {
+public:
+    enum class Conditions { kept, unknown, unknownWith400, ignored };
+    explicit ObjectServer(Conditions conditions) : conditions(conditions) {}
+
+    /// The endpoint; the first part of a path is the bucket.
+    std::string url() const { return server.url(""); }
+    std::optional<std::string> object(const std::string& key) const;
+    void put(const std::string& key, const std::string& content);
+    std::vector<std::string> keys() const;
+    /// Called before each write of that object, unlocked: a moment at which somebody else may write.
+    void beforeWriting(const std::string& key, std::function<void()> action);
+    /// How often an object was written.
+    std::size_t writes(const std::string& key) const;
+
+private:
+    ServerReply respond(const ReceivedRequest& request);
+    ServerReply write(const std::string& key, const ReceivedRequest& request);
+
+    Conditions conditions;
+    mutable std::mutex mutex;
+    std::map<std::string, std::string> objects;
+    std::map<std::string, std::size_t> writeCounts;
+    std::map<std::string, std::function<void()>> actions;
+    FaultServer server{[this](const ReceivedRequest& request) { return respond(request); }};
 };
 
 /// A port of 127.0.0.1 that nobody listens on.
