@@ -12,7 +12,8 @@ namespace halvo {
 /// What every command is given: the system, and the streams of the process. Made once in `main`.
 struct Services {
     Platform& platform;
-    TerminalStreams streams{};
+    TerminalStreams streams{}; ///< whose input answers questions, and is NoInput where none may be asked
+    std::shared_ptr<InputSource> standardInput = streams.standardInput; ///< for what `-` reads
     bool standardOutputIsTerminal = false;
     std::vector<std::string> commandPath{}; ///< "halvo", "config", "show": the command that runs
     std::string commandHelp{};              ///< its whole help

@@ -43,8 +43,8 @@ User AuthController::logIn(const AuthResponse& response) {
 }
 
 void AuthController::logout() {
-    if (current.user() == nullptr)
-        return;
+    if (current.user() == nullptr) // a token may still lie there, from a log-out under HALVO_TOKEN
+        return tokenController.deleteToken();
     current.value = AuthState::Unauthenticated();
     std::exception_ptr failure;
     try {

@@ -118,6 +118,18 @@ TEST_F(AccountCommands, theTokenOfTheEnvironmentNamesItsOwnAccount) {
     EXPECT_EQ(call({"whoami"}, {{"HALVO_TOKEN", ""}}).output, stored);
 }
 
+TEST_F(AccountCommands, aPlainLogOutRemovesTheTokenThatOneUnderTheEnvironmentsLeft) {
+    const std::string other = service->makeAccount("bob-" + email, password, "Bob");
+    service->makeAccount(email, password, "Ann Lee");
+    logIn(password);
+    const std::string notLoggedIn = "Note: Not logged in. Showing local apps only.";
+    call({"logout"}, {{"HALVO_TOKEN", other}});
+    EXPECT_THAT(call({"whoami"}).output, HasSubstr("Not logged in"));
+    EXPECT_THAT(call({"apps", "list"}).output, testing::Not(HasSubstr(notLoggedIn)));
+    EXPECT_THAT(call({"logout"}).output, EndsWith("You have been logged out.\n"));
+    EXPECT_THAT(call({"apps", "list"}).output, HasSubstr(notLoggedIn));
+}
+
 TEST_F(AccountCommands, withoutATerminalNothingIsAsked) {
     for (const auto& [command, text] :
          {std::pair("login", "Login failed: \"What is your email address?\""),

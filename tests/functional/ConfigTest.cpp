@@ -115,10 +115,17 @@ INSTANTIATE_TEST_SUITE_P(
                     "Invalid value for show-watermark. Use 'true' or 'false'.\n"},
         RefusalCase{"backgroundIsNoPicture", {"set", "release", "dmg-background", "absent.png"}, ""},
         RefusalCase{"endpointIsURL", {"set", "s3", "endpoint", "s3 host"}, "Invalid URL: s3 host\n"},
-        RefusalCase{"publicURLIsURL", {"set", "s3", "public-url", ""}, "Invalid URL: \n"},
+        RefusalCase{"endpointIsWebAddress", {"set", "s3", "endpoint", "mailto:x"}, "Invalid URL: mailto:x\n"},
+        RefusalCase{"publicURLHasAScheme",
+                    {"set", "s3", "public-url", "cdn.example.com:8080/files"},
+                    "Invalid URL: cdn.example.com:8080/files\n"},
+        RefusalCase{"publicURLIsNeeded", {"set", "s3", "public-url", ""}, "Invalid URL: \n"},
         RefusalCase{"bucketIsNeeded",
                     {"set", "s3", "bucket", ""},
-                    "Invalid S3 configuration. Bucket and public URL are required.\n"},
+                    "Invalid value for bucket. It cannot be empty.\n"},
+        RefusalCase{"regionIsNeeded",
+                    {"set", "s3", "region", ""},
+                    "Invalid value for region. It cannot be empty.\n"},
         RefusalCase{"hostedAppNeedsLogin",
                     {"set", "app", "custom-domain", "x"},
                     "App not found: com.example.demo\nNot logged in. Run `halvo login`"}),
@@ -149,6 +156,14 @@ TEST_F(Config, setsEveryFieldOfTheBucket) {
               "Configuration for com.example.demo\n\nS3 Settings\nbucket        new\nregion        "
               "eu-central-1\nendpoint      https://s3.example.com\npath-prefix   apps/x\npublic-url    "
               "https://x.example.com\nappcast-path  feed.xml\n");
+
+    configured({"set", "s3", "path-prefix", "//mac/apps/"}, "Set s3.path-prefix to mac/apps");
+    configured({"set", "s3", "path-prefix", "/"}, "Cleared s3.path-prefix");
+    configured({"set", "s3", "endpoint", ""}, "Cleared s3.endpoint");
+    configured({"set", "s3", "appcast-path", ""}, "Set s3.appcast-path to appcast.xml");
+    EXPECT_THAT(config({"show", "--section", "s3"}).output,
+                EndsWith("endpoint      (default)\npath-prefix   (none)\npublic-url    "
+                         "https://x.example.com\nappcast-path  appcast.xml\n"));
 }
 
 } // namespace

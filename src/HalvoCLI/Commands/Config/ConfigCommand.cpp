@@ -1,6 +1,7 @@
 #include "Commands/Config/ConfigCommands.h"
 
 #include <Base/Failure.h>
+#include <Models/StorageConfiguration.h>
 
 namespace halvo {
 namespace {
@@ -43,7 +44,7 @@ public:
 } // namespace
 
 URL parseConfigURL(const std::string& text) {
-    const auto url = URL::parse(text);
+    const auto url = parseWebAddress(text);
     if (!url)
         throw Failure("Invalid URL: " + text);
     return *url;

@@ -42,7 +42,7 @@ private:
     const std::string fieldList = configWordList<Field>("Fields:");
 };
 
-/// Throws Failure "Invalid URL: " and the text.
+/// Throws Failure "Invalid URL: " and the text unless it is an http or https address.
 URL parseConfigURL(const std::string& text);
 
 } // namespace halvo

@@ -21,11 +21,13 @@ public:
         const auto terminal = services.makeTerminal();
         DependencyContainer container(services.platform);
         endingOnFailure(*terminal, ExitCode::failure, [&] {
-            if (isSecret() && value == "-")
+            const bool wasRead = isSecret() && value == "-";
+            if (wasRead)
                 value = readSecret(services, *terminal);
             terminal->wait("Updating the app", [&] { update(container); });
-            // A secret never reaches an output, not even that of the person who typed it.
-            terminal->print("Set app." + wordOf(field) + " to " + (isSecret() ? masked(value) : value));
+            // What came as an argument is in the history of the shell anyway; what was read is kept from the
+            // screen.
+            terminal->print("Set app." + wordOf(field) + " to " + (wasRead ? masked(value) : value));
         });
     }
 
@@ -46,7 +48,7 @@ private:
             terminal.interactive()
                 ? terminal.textPrompt(
                       {.title = wordOf(field), .prompt = "What is the new value?", .secure = true})
-                : readLine(*services.streams.standardInput, services.platform.cancellation);
+                : readLine(*services.standardInput, services.platform.cancellation);
         if (secret.empty())
             throw Failure("No value was given for " + wordOf(field) + ".");
         return secret;

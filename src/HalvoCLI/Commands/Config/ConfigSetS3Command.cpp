@@ -20,24 +20,41 @@ public:
                 throw Failure("App not found. Run `halvo release` first to set up your app.");
             app->storage.value = changed(app->storage.s3());
             withFailurePrefix("Failed to save: ", [&] { container.localApps().update(*app); });
-            terminal->print("Set s3." + wordOf(field) + " to " + value);
+            if (value.empty())
+                terminal->print("Cleared s3." + wordOf(field));
+            else
+                terminal->print("Set s3." + wordOf(field) + " to " + value);
         });
     }
 
 private:
-    /// The configuration with the one field replaced.
-    S3Configuration changed(S3Configuration configuration) const {
+    /// The configuration with the one field replaced; `value` becomes what is stored. An empty value clears
+    /// what is optional.
+    S3Configuration changed(S3Configuration configuration) {
         switch (field) {
-        case S3Field::bucket: configuration.bucket = value; break;
-        case S3Field::region: configuration.region = value; break;
-        case S3Field::endpoint: configuration.endpoint = parseConfigURL(value); break;
-        case S3Field::pathPrefix: configuration.pathPrefix = value; break;
+        case S3Field::bucket: configuration.bucket = required(); break;
+        case S3Field::region: configuration.region = required(); break;
+        case S3Field::endpoint:
+            configuration.endpoint = value.empty() ? std::nullopt : std::optional(parseConfigURL(value));
+            break;
+        case S3Field::pathPrefix:
+            configuration.pathPrefix = S3Configuration::parsePathPrefix(value);
+            value = configuration.pathPrefix.value_or("");
+            break;
         case S3Field::publicBaseURL: configuration.publicBaseURL = parseConfigURL(value); break;
-        case S3Field::appcastPath: configuration.appcastPath = value; break;
+        case S3Field::appcastPath:
+            if (value.empty())
+                value = S3Configuration::defaultAppcastPath;
+            configuration.appcastPath = value;
+            break;
         }
-        if (!configuration.isValid())
-            throw Failure("Invalid S3 configuration. Bucket and public URL are required.");
         return configuration;
+    }
+
+    const std::string& required() const {
+        if (value.empty())
+            throw Failure("Invalid value for " + wordOf(field) + ". It cannot be empty.");
+        return value;
     }
 };
 

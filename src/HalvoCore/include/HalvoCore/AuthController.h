@@ -67,8 +67,8 @@ public:
     User registerUser(const std::string& email, const std::string& password,
                       const std::string& name) override;
     User login(const std::string& email, const std::string& password) override;
-    /// Does nothing when nobody is logged in. Otherwise this machine forgets user and token even when the
-    /// service fails; its failure is thrown afterwards.
+    /// This machine forgets user and token even when the service fails; its failure is thrown afterwards. The
+    /// service is not asked when no user is stored.
     void logout() override;
     User update(const std::string& name) override;
     User fetchUser() override;

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 
 #include <nlohmann/json_fwd.hpp>
@@ -12,12 +13,17 @@ namespace halvo {
 
 /// A bucket, and where the world reads it.
 struct S3Configuration {
+    static constexpr const char* defaultAppcastPath = "appcast.xml";
+
     std::string bucket{};
     std::string region{};
     std::optional<URL> endpoint{}; ///< absent: Amazon's own for the region
     std::optional<std::string> pathPrefix{};
     URL publicBaseURL{};
     std::string appcastPath{}; ///< below the prefix
+
+    /// A prefix as a person writes it, without the slashes at its ends; absent when nothing is left.
+    static std::optional<std::string> parsePathPrefix(std::string_view text);
 
     /// The key of an object: the name behind the prefix, if there is one. No slash is trimmed.
     std::string s3Key(const std::string& name) const;
@@ -27,6 +33,10 @@ struct S3Configuration {
 
     bool operator==(const S3Configuration&) const = default;
 };
+
+/// An http or https address with a host; absent for any other text. "mailto:x" is a URL too, and so is
+/// "cdn.example.com:8080/files", whose scheme would be "cdn.example.com".
+std::optional<URL> parseWebAddress(std::string_view text);
 
 /// Where the files of an app's releases lie.
 struct StorageConfiguration {
