@@ -120,10 +120,12 @@ INSTANTIATE_TEST_SUITE_P(
                     {"set", "s3", "public-url", "cdn.example.com:8080/files"},
                     "Invalid URL: cdn.example.com:8080/files\n"},
         RefusalCase{"publicURLIsNeeded", {"set", "s3", "public-url", ""}, "Invalid URL: \n"},
-        RefusalCase{
-            "bucketIsNeeded", {"set", "s3", "bucket", ""}, "Invalid value for bucket. It cannot be empty.\n"},
-        RefusalCase{
-            "regionIsNeeded", {"set", "s3", "region", ""}, "Invalid value for region. It cannot be empty.\n"},
+        RefusalCase{"bucketIsNeeded",
+                    {"set", "s3", "bucket", ""},
+                    "Invalid value for bucket. It cannot be empty.\n"},
+        RefusalCase{"regionIsNeeded",
+                    {"set", "s3", "region", ""},
+                    "Invalid value for region. It cannot be empty.\n"},
         RefusalCase{"hostedAppNeedsLogin",
                     {"set", "app", "custom-domain", "x"},
                     "App not found: com.example.demo\nNot logged in. Run `halvo login`"}),
