@@ -156,12 +156,13 @@ INSTANTIATE_TEST_SUITE_P(
                     "invalid_argument",
                     "SPARKLE_PRIVATE_KEY is not valid base64. Get the correct value with `halvo export "
                     "sparkle-key -b com.example.demo`."},
-        FailureCase{"keyOfAnotherLength",
-                    {"Demo.app", skip},
-                    {{"SPARKLE_PRIVATE_KEY", "AAAA"}},
-                    "release_failed",
-                    "Release failed: A key of 3 bytes is no Ed25519 key: a private key has 32 or 96 bytes, a "
-                    "public key 32."},
+        FailureCase{
+            "keyOfAnotherLength",
+            {"Demo.app", skip},
+            {{"SPARKLE_PRIVATE_KEY", "AAAA"}},
+            "release_failed",
+            "Release failed: A key of 3 bytes is not an Ed25519 key: a private key has 32 or 96 bytes, a "
+            "public key 32."},
         FailureCase{
             "noKey",
             {"Demo.app", skip, "--non-interactive"},
@@ -322,6 +323,13 @@ TEST_F(ReleaseFailure, namesAnArchiveWithoutItsInfo) {
                    {},
                    "release_failed",
                    "Release failed: Archive not found at " + (work / "Demo.xcarchive").string()});
+}
+
+TEST_F(ReleaseFailure, saysWhyAnInfoPlistCannotBeRead) {
+    folder.write("work/Demo.app/Contents/Info.plist", "<plist>\n<dict>\n");
+    const Outcome outcome = release({"Demo.app", skip});
+    EXPECT_THAT(outcome.output, EndsWith("Release failed: Bundle does not contain an Info.plist\n"));
+    EXPECT_THAT(outcome.error, EndsWith("damaged in line 3: it is cut off.\n"));
 }
 
 TEST_F(ReleaseFailure, refusesArchivesWithoutAnApp) {

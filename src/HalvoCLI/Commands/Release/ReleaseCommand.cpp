@@ -108,7 +108,9 @@ private:
     static void report(const std::exception& error, const std::string& leftovers, const Services& services,
                        const OutputContext& context) {
         const CLIError report = reportOf(error);
-        context.emit(CLIError(report.code, report.description() + leftovers));
+        CLIError whole(report.code, report.description() + leftovers);
+        whole.setAdvice(adviceOf(error));
+        context.emit(whole);
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);
         if (isNotPermitted(error) && context.format() == OutputFormat::text && context.interactive() &&
