@@ -23,7 +23,7 @@ public:
                        AppcastStorageFactory openStorage, Clock& clock)
         : storage(storage), keyChain(keyChain), openStorage(std::move(openStorage)), clock(clock) {}
 
-    /// As stored, without releases.
+    /// As stored, without releases. A record that cannot be read is left out here, and stays in the store.
     std::vector<LocalApp> listStored();
     std::optional<LocalApp> fetchStored(const std::string& bundleIdentifier);
 
@@ -39,7 +39,7 @@ public:
     std::vector<Release> fetchReleases(const LocalApp& app);
 
 private:
-    void store(const std::vector<LocalApp>& apps);
+    void changeRecords(const std::function<void(nlohmann::json& records)>& edit);
 
     StorageControllerProtocol& storage;
     KeyChainStore& keyChain;
