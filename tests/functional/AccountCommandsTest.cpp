@@ -32,10 +32,9 @@ protected:
     /// Runs a command at a terminal whose questions get these answers, "QUESTION\tANSWER" lines. Gives what
     /// the terminal shows after the last one, which is the password's.
     std::string converse(const std::string& command, const std::string& answers) {
-        const std::string shown =
-            script("HALVO_SERVER_URL=$1 \"$2\" \"$3\" \"$4\" <\"$5\" | tr -d '\\r'",
-                   {service->address(), HALVO_TOOLS "/at-terminal", HALVO_PROGRAM, command,
-                    folder.write("answers", answers).string()});
+        const std::string shown = script("HALVO_SERVER_URL=$1 \"$2\" \"$3\" \"$4\" <\"$5\" | tr -d '\\r'",
+                                         {service->address(), HALVO_TOOLS "/at-terminal", HALVO_PROGRAM,
+                                          command, folder.write("answers", answers).string()});
         EXPECT_EQ(shown.find(password), std::string::npos) << "the terminal shows the password";
         const std::size_t answered = shown.rfind("(hidden)");
         return answered == std::string::npos ? shown : shown.substr(answered);
@@ -69,6 +68,7 @@ TEST_F(AccountCommands, anAccountFromItsBeginning) {
                 StartsWith("Authentication\n  Logged in as " + lowercased(email) + "\n\nCLI Installation\n"));
     EXPECT_THAT(call({"logout"}).output, EndsWith("You have been logged out.\n"));
     EXPECT_THAT(call({"status"}).output, StartsWith("Authentication\n  Not logged in\n"));
+    EXPECT_THAT(call({"status"}).output, HasSubstr("\nSecrets\n  Kept in the file /"));
 
     EXPECT_THAT(logIn("wrong horse"), HasSubstr("Login failed: The email address or the password is wrong."));
     EXPECT_THAT(call({"whoami"}).output, HasSubstr("Not logged in"));
