@@ -60,6 +60,12 @@ TEST(ZipArchive, readsZIP64Fields) {
     EXPECT_EQ(contentOf(buildArchive({entry}))["a"], "four");
 }
 
+TEST(ZipArchive, readsMoreEntriesThanItsCountHolds) { // some writers let it wrap around
+    const test::TemporaryFolder folder;
+    const std::vector<BuiltEntry> many(66'000, BuiltEntry{.name = "a"});
+    EXPECT_EQ(ZipArchive(folder.write("archive.zip", buildArchive(many))).entries().size(), many.size());
+}
+
 TEST(ZipArchive, namesWhatIsWrong) {
     BuiltEntry longer = deflatedEntry("a", std::string(10'000'000, '\0')); // than it says
     longer.size = 100;
@@ -83,8 +89,7 @@ TEST(ZipArchive, namesWhatIsWrong) {
         {followed, "Damaged"},
         {deflatedEntry("a", std::string((1u << 20) + 1, '\0')), "TooLarge"}};
     for (const auto& [entry, expected] : cases)
-        EXPECT_EQ(contentOf(buildArchive({entry})), failure(expected))
-            << entry.name << " " << &entry - &cases[0].first;
+        EXPECT_EQ(contentOf(buildArchive({entry})), failure(expected));
 }
 
 TEST(ZipArchive, isRefusedAtEveryTruncationAndWithBytesAround) {
