@@ -11,8 +11,9 @@ using namespace halvo;
 /// What a file may hold although no writer may make it: a null in a name, and property lists, which take
 /// another number of bytes when they are written again.
 bool mayBeRefused(const DSStore& store, const DSStore::Error& error) {
-    const std::vector<DSStore::Record> records = store.records();
-    if (error.detail == "Filename contains a null character")
+    const auto records = store.records();
+    const std::string reason = error.is<DSStore::Error::WriteFailed>() ? error.description() : "";
+    if (reason.ends_with("Filename contains a null character"))
         return true;
     const bool listed = std::ranges::any_of(
         records, [](const DSStore::Record& record) { return record.value.as<dsstore::PlistValue>(); });
@@ -20,8 +21,8 @@ bool mayBeRefused(const DSStore& store, const DSStore::Error& error) {
         const Bytes* data = record.value.as<Bytes>();
         return data && data->size() > 3500;
     });
-    return (error.detail == "Record exceeds B-tree page size" && listed) ||
-           (error.detail == "Unable to split B-tree node" && (listed || large));
+    return (reason.ends_with("Record exceeds B-tree page size") && listed) ||
+           (reason.ends_with("Unable to split B-tree node") && (listed || large));
 }
 
 } // namespace

@@ -8,4 +8,9 @@ std::string describe(const std::exception& error) {
     return error.what();
 }
 
+std::string adviceOf(const std::exception& error) {
+    const auto* failure = dynamic_cast<const Failure*>(&error);
+    return failure ? failure->advice() : std::string();
+}
+
 } // namespace halvo

@@ -1,4 +1,4 @@
-#include <DSStore/BuddyAllocator.h>
+#include "BuddyAllocator.h"
 
 #include "Fail.h"
 #include "Layout.h"
@@ -80,9 +80,9 @@ void readFreeLists(BinaryReader& reader, BuddyAllocator& allocator) {
 BuddyAllocator::Address readPrologue(BinaryReader& reader) {
     const std::uint64_t fileLength = reader.remaining();
     if (reader.readUInt32() != fileVersion)
-        throw Error(Error::Case::invalidHeader);
+        throw Error(Error::InvalidHeader{});
     if (reader.readUInt32() != fileMagic.rawValue)
-        throw Error(Error::Case::invalidMagic);
+        throw Error(Error::InvalidMagic{});
     const std::uint32_t offset = reader.readUInt32();
     if (offset % 4 != 0)
         failCorrupted("Allocator offset is misaligned");
@@ -96,7 +96,7 @@ BuddyAllocator::Address readPrologue(BinaryReader& reader) {
     if (fileLength - size < offset)
         failCorrupted("Allocator block exceeds file length");
     if (reader.readUInt32() != offset)
-        throw Error(Error::Case::offsetMismatch);
+        throw Error(Error::OffsetMismatch{});
     reader.skip(prologueUnknownSize);
     return {.offset = offset, .size = size};
 }
@@ -109,11 +109,11 @@ BuddyAllocator::Address BuddyAllocator::decodeAddress(std::uint32_t address) {
 
 BuddyAllocator::Block BuddyAllocator::blockOffset(std::uint32_t blockNumber) const {
     if ((blockCount && blockNumber >= *blockCount) || blockNumber >= blockAddresses.size())
-        throw Error(Error::Case::invalidBlockAddress);
+        throw Error(Error::InvalidBlockAddress{});
     const std::uint32_t encoded = blockAddresses[blockNumber];
     const Address address = decodeAddress(encoded);
     if (encoded == 0 || (encoded & sizePowerMask) < smallestSizePower || address.offset % address.size != 0)
-        throw Error(Error::Case::invalidBlockAddress);
+        throw Error(Error::InvalidBlockAddress{});
     return {.position = std::uint64_t(address.offset) + originOfOffsets, .size = address.size};
 }
 
@@ -137,7 +137,7 @@ BuddyAllocator readAllocator(ByteView file, const DiagnosticHandler& diagnostics
     BuddyAllocator allocator = BuddyAllocator::read(reader, diagnostics);
     const std::uint32_t own = allocator.blockAddresses[allocatorBlockID];
     if ((own & sizePowerMask) < smallestSizePower)
-        throw Error(Error::Case::invalidBlockAddress);
+        throw Error(Error::InvalidBlockAddress{});
     if (BuddyAllocator::decodeAddress(own).offset != prologue.offset)
         failCorrupted("Allocator block offset mismatch");
     if (BuddyAllocator::decodeAddress(own).size != prologue.size)

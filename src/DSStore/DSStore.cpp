@@ -25,7 +25,7 @@ std::vector<Record> readRecords(ByteView file) {
     const BuddyAllocator allocator = readAllocator(file, diagnostics);
     const auto tree = allocator.tableOfContents.find(treeName);
     if (tree == allocator.tableOfContents.end())
-        throw Error(Error::Case::invalidBTreeHeader);
+        throw Error(Error::InvalidBTreeHeader{});
     return RecordTreeReader(file, allocator, diagnostics).read(tree->second);
 }
 
@@ -72,7 +72,7 @@ DSStore DSStore::read(ByteView file) {
         return DSStore(readRecords(file));
     } catch (const BinaryReadError& error) {
         if (error.kind == BinaryReadError::Kind::invalidUTF16String)
-            throw Error(Error::Case::invalidUTF16String);
+            throw Error(Error::InvalidUTF16String{});
         failCorrupted(error.description());
     }
 }
@@ -85,8 +85,8 @@ DSStore DSStore::read(const std::filesystem::path& path) {
         file = readFile(path, largestFile);
     } catch (const FileError& error) {
         if (error.code == ENOENT)
-            throw Error(Error::Case::fileNotFound);
-        throw Error(Error::Case::readFailed, error.description());
+            throw Error(Error::FileNotFound{});
+        throw Error(Error::ReadFailed{error.description()});
     }
     return read(file);
 }
@@ -112,14 +112,6 @@ void DSStore::write(const std::filesystem::path& path) const {
     } catch (const FileError& error) {
         failWriting(error.description());
     }
-}
-
-std::vector<DSStore::Record> DSStore::records() const {
-    std::vector<Record> all;
-    all.reserve(entries.size());
-    for (const auto& [sequence, record] : entries)
-        all.push_back(record);
-    return all;
 }
 
 std::vector<DSStore::Record> DSStore::records(const std::string& filename) const {
@@ -181,9 +173,7 @@ void DSStore::remove(const std::string& filename, RecordType type) {
 }
 
 bool DSStore::operator==(const DSStore& other) const {
-    return std::ranges::equal(
-        entries, other.entries, {}, [](const auto& entry) -> const Record& { return entry.second; },
-        [](const auto& entry) -> const Record& { return entry.second; });
+    return std::ranges::equal(records(), other.records());
 }
 
 } // namespace halvo

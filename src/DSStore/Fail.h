@@ -4,9 +4,11 @@
 
 namespace halvo::dsstore {
 
-/// Throws Error of the case `corruptedFile`.
-[[noreturn]] void failCorrupted(std::string detail);
-/// Throws Error of the case `writeFailed`.
-[[noreturn]] void failWriting(std::string detail);
+[[noreturn]] inline void failCorrupted(std::string detail) {
+    throw Error(Error::CorruptedFile{std::move(detail)});
+}
+[[noreturn]] inline void failWriting(std::string detail) {
+    throw Error(Error::WriteFailed{std::move(detail)});
+}
 
 } // namespace halvo::dsstore

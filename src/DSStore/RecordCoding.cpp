@@ -80,7 +80,7 @@ Value readValue(BinaryReader& reader, FourCC code) {
         return {readBlob(reader, "Blob exceeds remaining data")};
     if (code == bookmarkCode)
         return {Bookmark{readBlob(reader, "Bookmark exceeds remaining data")}};
-    throw Error(Error::Case::unknownDataType, code.stringValue());
+    throw Error(Error::UnknownDataType{code.stringValue()});
 }
 
 std::uint64_t rawTimestamp(Timestamp moment) {
@@ -96,7 +96,7 @@ Bytes plistBytes(const PlistValue& value) {
     try {
         return value.binary();
     } catch (const PropertyListError& error) {
-        throw Error(Error::Case::plistSerializationFailed, error.description());
+        throw Error(Error::PlistSerializationFailed{error.description()});
     }
 }
 

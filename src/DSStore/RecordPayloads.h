@@ -5,10 +5,6 @@
 // The bytes that the well-known records hold; integers are big-endian.
 namespace halvo::dsstore {
 
-inline constexpr FourCC defaultBackgroundCode("DefB");
-inline constexpr FourCC colorBackgroundCode("ClrB");
-inline constexpr FourCC pictureBackgroundCode("PctB");
-
 /// "Iloc": x and y in 32 bits each, then FF FF FF FF FF FF 00 00. Throws Error (`writeFailed`), which names
 /// the file, for a coordinate that 32 bits cannot hold.
 Bytes iconLocationPayload(const IconPosition& position, const std::string& filename);

@@ -25,7 +25,7 @@ RecordTreeReader::Header RecordTreeReader::readHeader(std::uint32_t blockNumber)
     Header header;
     header.root = reader.readUInt32();
     if (header.root == 0)
-        throw Error(Error::Case::invalidBTreeHeader);
+        throw Error(Error::InvalidBTreeHeader{});
     header.height = reader.readUInt32();
     header.recordCount = reader.readUInt32();
     header.nodeCount = reader.readUInt32();
@@ -34,7 +34,7 @@ RecordTreeReader::Header RecordTreeReader::readHeader(std::uint32_t blockNumber)
     if (header.nodeCount < header.height)
         failCorrupted("B-tree height exceeds node count");
     if (reader.readUInt32() != pageSize)
-        throw Error(Error::Case::invalidBTreeHeader);
+        throw Error(Error::InvalidBTreeHeader{});
     return header;
 }
 
@@ -43,7 +43,7 @@ BuddyAllocator::Block RecordTreeReader::nodeBlock(std::uint32_t blockNumber) con
     if (file.size() < block.end())
         failCorrupted("Node exceeds file length");
     if (block.size > pageSize)
-        throw Error(Error::Case::invalidBTreeHeader);
+        throw Error(Error::InvalidBTreeHeader{});
     return block;
 }
 

@@ -2,7 +2,7 @@
 
 #include "NameOrder.h"
 
-#include <DSStore/BuddyAllocator.h>
+#include "BuddyAllocator.h"
 #include <DSStore/Record.h>
 
 #include <unordered_set>

@@ -52,12 +52,33 @@ constexpr std::array knownTypes{
     KnownType{RecordType::viewStyle, "View Style"},
 };
 
+bool isASCII(std::string_view text) {
+    return std::ranges::all_of(text,
+                               [](char character) { return static_cast<std::uint8_t>(character) < 128; });
+}
+
 const KnownType* find(RecordType type) {
     const auto found = std::ranges::find(knownTypes, type, &KnownType::type);
     return found == knownTypes.end() ? nullptr : &*found;
 }
 
 } // namespace
+
+std::optional<FourCC> FourCC::parse(std::string_view text) {
+    if (text.size() != 4 || !isASCII(text))
+        return std::nullopt;
+    FourCC code;
+    for (const char character : text)
+        code.rawValue = code.rawValue << 8 | static_cast<std::uint8_t>(character);
+    return code;
+}
+
+std::string FourCC::stringValue() const {
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        text += static_cast<char>(rawValue >> shift & 0xFF);
+    return isASCII(text) ? text : "????";
+}
 
 bool RecordType::isCustom() const { return find(*this) == nullptr; }
 

@@ -67,13 +67,17 @@ void DSStore::setIconPosition(const std::string& filename, std::int64_t x, std::
 }
 
 void DSStore::setIconPositions(const std::vector<IconPlacement>& placements) {
+    for (const IconPlacement& placement : placements) // before the first change
+        static_cast<void>(iconLocationPayload({.x = placement.x, .y = placement.y}, placement.filename));
     for (const IconPlacement& placement : placements)
         setIconPosition(placement.filename, placement.x, placement.y);
 }
 
 void DSStore::setIconPositions(const std::map<std::string, IconPosition>& positions) {
+    std::vector<IconPlacement> placements;
     for (const auto& [filename, position] : positions)
-        setIconPosition(filename, position.x, position.y);
+        placements.push_back({filename, position.x, position.y});
+    setIconPositions(placements);
 }
 
 std::optional<WindowBounds> DSStore::windowBounds() const {

@@ -78,20 +78,19 @@ void assign(const PlistValue& value, std::vector<std::string>& field) {
         field.push_back(*item.as<std::string>());
 }
 
-void store(PropertyListDictionary& dictionary, const char* key, const std::optional<PlistValue>& field) {
-    if (field)
-        dictionary.emplace(key, *field);
-}
-
 template<typename Type>
-void store(PropertyListDictionary& dictionary, const char* key, const std::optional<Type>& field) {
-    if (field)
-        dictionary.emplace(key, PlistValue(PlistValue::Value(*field)));
+bool isSet(const std::optional<Type>& field) {
+    return field.has_value();
 }
+bool isSet(const std::vector<std::string>& field) { return !field.empty(); }
 
-void store(PropertyListDictionary& dictionary, const char* key, const std::vector<std::string>& field) {
-    if (!field.empty())
-        dictionary.emplace(key, PropertyListArray(field.begin(), field.end()));
+PlistValue valueOf(const std::optional<PlistValue>& field) { return *field; }
+template<typename Type>
+PlistValue valueOf(const std::optional<Type>& field) {
+    return PlistValue(PlistValue::Value(*field));
+}
+PlistValue valueOf(const std::vector<std::string>& field) {
+    return PropertyListArray(field.begin(), field.end());
 }
 
 /// The keys of each kind of settings: `visit(key, field)` for every one.
@@ -148,17 +147,23 @@ void forEachField(Settings& settings, Visit visit) {
 template<typename Settings>
 Settings readSettings(const PropertyListDictionary& dictionary) {
     Settings settings;
+    settings.others = dictionary;
     forEachField(settings, [&](const char* key, auto& field) {
         if (const auto entry = dictionary.find(key); entry != dictionary.end())
             assign(entry->second, field);
+        if (isSet(field))
+            settings.others.erase(key);
     });
     return settings;
 }
 
 template<typename Settings>
 PropertyListDictionary writeSettings(const Settings& settings) {
-    PropertyListDictionary dictionary;
-    forEachField(settings, [&](const char* key, const auto& field) { store(dictionary, key, field); });
+    PropertyListDictionary dictionary = settings.others;
+    forEachField(settings, [&](const char* key, const auto& field) {
+        if (isSet(field))
+            dictionary.insert_or_assign(key, valueOf(field));
+    });
     return dictionary;
 }
 

@@ -222,10 +222,3 @@ bool PrivateKey::operator==(const PrivateKey& other) const {
 }
 
 } // namespace halvo
-
-std::size_t std::hash<halvo::PrivateKey>::operator()(const halvo::PrivateKey& key) const noexcept {
-    halvo::Bytes raw = key.rawRepresentation();
-    const std::size_t value = std::hash<std::string_view>()(halvo::viewText(raw));
-    halvo::wipe(raw);
-    return value;
-}

@@ -54,7 +54,3 @@ bool PublicKey::isValidSignature(ByteView signature, ByteView message) const {
 }
 
 } // namespace halvo
-
-std::size_t std::hash<halvo::PublicKey>::operator()(const halvo::PublicKey& key) const noexcept {
-    return std::hash<std::string>()(key.baseEncoding());
-}

@@ -40,6 +40,8 @@ int run(Command& command, const std::vector<std::string>& path, const std::strin
         return interruption.status().value_or(ExitCode::failure);
     } catch (const std::exception& error) {
         write(stderr, "Error: " + sanitised(describe(error)) + "\n");
+        if (const std::string advice = adviceOf(error); !advice.empty())
+            write(stderr, sanitised(advice) + "\n");
         return interruption.status().value_or(ExitCode::failure);
     }
 }

@@ -6,19 +6,6 @@
 
 namespace halvo {
 
-std::string BundleImportService::ImportError::describe(const Case& which) {
-    struct Describer {
-        std::string operator()(const UnsupportedFormat& unsupported) const {
-            return "Unsupported format: " + unsupported.extension;
-        }
-        std::string operator()(const AppNotFoundInArchive& missing) const {
-            return "No app found in archive at " + missing.url.filePath().string();
-        }
-        std::string operator()(const InvalidBundle&) const { return "Invalid app bundle"; }
-    };
-    return std::visit(Describer(), which);
-}
-
 ImportedBundle BundleImportService::importBundle(const URL& url) const {
     const std::string extension = lowercased(url.pathExtension());
     if (extension == "dmg")

@@ -2,11 +2,11 @@
 
 #include "ImportedIcon.h"
 
+#include <Base/PropertyList.h>
 #include <Base/Text.h>
 #include <Base/Unicode.h>
 #include <Platform/Bundle.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 
 #include <algorithm>
 #include <vector>

@@ -1,7 +1,7 @@
 #include <HalvoCore/InfoPlistWriter.h>
 
+#include <Base/PropertyList.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 
 #include <filesystem>
 

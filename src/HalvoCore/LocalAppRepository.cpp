@@ -2,6 +2,8 @@
 
 #include <Models/JSONFields.h>
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <atomic>
 #include <exception>
@@ -14,6 +16,19 @@ constexpr const char* storageKey = "localApps";
 /// Feeds are small and servers slow: more fetches than cores are under way at once, yet not one for each of
 /// hundreds of apps.
 constexpr std::size_t parallelFetches = 8;
+
+std::optional<LocalApp> readRecord(const nlohmann::json& record) {
+    try {
+        return decodeJSON<LocalApp>(record);
+    } catch (const ModelError&) {
+        return std::nullopt;
+    }
+}
+
+bool isRecordOf(const LocalApp& app, const nlohmann::json& record) {
+    const auto stored = readRecord(record);
+    return stored && stored->id == app.id;
+}
 
 } // namespace
 
@@ -31,14 +46,11 @@ std::string AppRepositoryError::describe(const Case& which) {
 }
 
 std::vector<LocalApp> LocalAppRepository::listStored() {
-    const auto stored = storage.get(storageKey);
-    if (!stored)
-        return {};
-    try {
-        return decodeJSON<std::vector<LocalApp>>(*stored);
-    } catch (const ModelError&) {
-        return {}; // a list of another shape counts as none
-    }
+    std::vector<LocalApp> apps;
+    for (const nlohmann::json& record : storage.get(storageKey).value_or(nullptr))
+        if (auto app = readRecord(record))
+            apps.push_back(*std::move(app));
+    return apps;
 }
 
 std::optional<LocalApp> LocalAppRepository::fetchStored(const std::string& bundleIdentifier) {
@@ -48,30 +60,37 @@ std::optional<LocalApp> LocalAppRepository::fetchStored(const std::string& bundl
     return std::nullopt;
 }
 
-void LocalAppRepository::store(const std::vector<LocalApp>& apps) {
-    storage.set(encodeJSON(apps), storageKey);
+/// Edits the records under the lock of the settings. Those that cannot be read are of another version, or
+/// were damaged by hand: they are carried along as they are.
+void LocalAppRepository::changeRecords(const std::function<void(nlohmann::json& records)>& edit) {
+    storage.change(storageKey, [&](nlohmann::json& records) {
+        if (records.is_null())
+            records = nlohmann::json::array();
+        else if (!records.is_array())
+            records = nlohmann::json::array_t{records};
+        edit(records);
+    });
 }
 
 LocalApp LocalAppRepository::create(const LocalApp& app) {
-    std::vector<LocalApp> apps = listStored();
-    apps.push_back(app);
-    store(apps);
+    changeRecords([&](nlohmann::json& records) { records.push_back(encodeJSON(app)); });
     return app;
 }
 
 LocalApp LocalAppRepository::update(const LocalApp& app) {
-    std::vector<LocalApp> apps = listStored();
-    for (LocalApp& stored : apps)
-        if (stored.id == app.id)
-            stored = app;
-    store(apps);
+    changeRecords([&](nlohmann::json& records) {
+        for (nlohmann::json& record : records)
+            if (isRecordOf(app, record))
+                record = encodeJSON(app);
+    });
     return app;
 }
 
 void LocalAppRepository::remove(const LocalApp& app) {
-    std::vector<LocalApp> apps = listStored();
-    std::erase_if(apps, [&](const LocalApp& stored) { return stored.id == app.id; });
-    store(apps);
+    changeRecords([&](nlohmann::json& records) {
+        std::erase_if(records.get_ref<nlohmann::json::array_t&>(),
+                      [&](const nlohmann::json& record) { return isRecordOf(app, record); });
+    });
 }
 
 LocalApp LocalAppRepository::fetch(const std::string& bundleIdentifier) {

@@ -78,4 +78,8 @@ std::optional<nlohmann::json> UserDefaultsStorageController::get(const std::stri
 
 void UserDefaultsStorageController::remove(const std::string& key) { defaults.remove(key); }
 
+void UserDefaultsStorageController::change(const std::string& key, const UserDefaults::Edit& edit) {
+    defaults.change(key, edit);
+}
+
 } // namespace halvo

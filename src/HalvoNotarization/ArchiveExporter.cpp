@@ -1,8 +1,8 @@
 #include <HalvoNotarization/ArchiveExporter.h>
 
+#include <Base/PropertyList.h>
 #include <Base/URL.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 
 namespace halvo {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "CertificateName.h"
 
-#include <Platform/PropertyList.h>
+#include <Base/PropertyList.h>
 
 #include <algorithm>
 

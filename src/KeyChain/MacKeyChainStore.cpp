@@ -1,7 +1,5 @@
 #include <KeyChain/MacKeyChainStore.h>
 
-#include "Accounts.h"
-
 #include <Base/Base64.h>
 #include <Base/Unicode.h>
 
@@ -11,6 +9,21 @@ namespace halvo {
 namespace {
 
 using nlohmann::json;
+
+// The names under which items are filed. They are the same on every system and stay as they are: changing one
+// would lose what users have stored.
+constexpr const char* publicHost = "halvo.example";
+constexpr const char* apiTokenAccount = "api-token";
+
+constexpr const char* sparkleServicePrefix = "halvo.sparkle.";
+constexpr const char* sparkleAccount = "ed25519"; ///< of Sparkle's own tool, too
+
+constexpr const char* s3ServicePrefix = "halvo.s3.";
+constexpr const char* s3Account = "aws-credentials";
+
+/// The service and the protocol under which Sparkle's own key tool files its keys.
+constexpr const char* sparkleToolService = "https://sparkle-project.org";
+constexpr const char* sparkleToolProtocol = "ssh";
 
 KeychainQuery sparkleToolQuery(const std::string& account) {
     return {.service = sparkleToolService,
@@ -29,6 +42,18 @@ Bytes decodeKey(ByteView text) {
 std::int32_t number(KeychainStatus status) { return static_cast<std::int32_t>(status); }
 
 } // namespace
+
+Bytes KeyChainStore::getSparklePrivateKey() { return getSparklePrivateKey(sparkleAccount); }
+
+std::optional<Bytes> KeyChainStore::storedSparklePrivateKey(const std::string& bundleIdentifier) {
+    try {
+        return getSparklePrivateKeyFor(bundleIdentifier);
+    } catch (const KeychainError& error) {
+        if (error.is<KeychainError::ItemNotFound>())
+            return std::nullopt;
+        throw;
+    }
+}
 
 Bytes MacKeyChainStore::getSparklePrivateKey(const std::string& account) {
     return decodeKey(copyItem(sparkleToolQuery(account)).data);
@@ -132,7 +157,7 @@ void MacKeyChainStore::deleteItem(const std::string& service, const std::string&
         items.remove({.service = service, .account = account, .domain = KeychainDomain::login}));
     const KeychainStatus status = items.remove({.service = service, .account = account});
     if (status != KeychainStatus::success && status != KeychainStatus::itemNotFound)
-        throw KeychainError(KeychainError::UnknownKeychainError{number(status)}, items.message(status));
+        throw KeychainError(KeychainError::UnknownKeychainError{{number(status), items.message(status)}});
 }
 
 void MacKeyChainStore::checkRead(KeychainStatus status, const std::string& account) const {
@@ -148,8 +173,9 @@ void MacKeyChainStore::check(KeychainStatus status) const {
     case KeychainStatus::success: return;
     case KeychainStatus::userCanceled: throw KeychainError(KeychainError::UserCanceled{});
     case KeychainStatus::authFailed: throw KeychainError(KeychainError::AuthenticationFailed{});
-    case KeychainStatus::interactionNotAllowed: throw KeychainError(KeychainError::InteractionNotAllowed{});
-    default: throw KeychainError(Otherwise{number(status)}, items.message(status));
+    case KeychainStatus::interactionNotAllowed:
+        throw KeychainError(KeychainError::InteractionNotAllowed{items.message(status)});
+    default: throw KeychainError(Otherwise{{number(status), items.message(status)}});
     }
 }
 

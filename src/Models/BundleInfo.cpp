@@ -2,29 +2,31 @@
 
 #include <Models/JSONFields.h>
 
+#include <Base/PropertyList.h>
 #include <Base/Text.h>
 #include <Platform/Bundle.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace halvo {
 namespace {
 
-/// Absent when the file is missing, unreadable, damaged or no dictionary: all of that is one failure to the
-/// user.
-std::optional<PropertyListDictionary> readInfoDictionary(const Bundle& bundle) {
+PropertyListDictionary readInfoDictionary(const Bundle& bundle) {
+    const std::filesystem::path file = bundle.path() / "Contents" / "Info.plist";
+    std::string reason;
     try {
-        PropertyList list = PropertyList::parse(readFile(bundle.path() / "Contents" / "Info.plist"));
+        PropertyList list = PropertyList::parse(readFile(file));
         if (auto* dictionary = list.as<PropertyListDictionary>())
             return std::move(*dictionary);
-        return std::nullopt;
-    } catch (const FileError&) {
-        return std::nullopt;
-    } catch (const PropertyListError&) {
-        return std::nullopt;
+        reason = "It holds another value than a dictionary.";
+    } catch (const FileError& error) {
+        reason = error.code == ENOENT ? "" : error.description();
+    } catch (const PropertyListError& error) {
+        reason = error.description();
     }
+    throw BundleInfoError(BundleInfoError::NoInfoDictionary{reason});
 }
 
 /// The values of an Info.plist by key; one of another type counts as missing.
@@ -68,33 +70,8 @@ std::optional<URL> findIcon(const Bundle& bundle, const InfoDictionary& info) {
 
 } // namespace
 
-std::string BundleInfoError::describe(const Case& which) {
-    struct Text {
-        std::string operator()(const InvalidVersion& problem) const {
-            return "CFBundleVersion is \"" + problem.rawValue +
-                   "\", but Halvo currently requires an integer build number. Set CURRENT_PROJECT_VERSION to "
-                   "an integer (e.g. 42) and keep your marketing version (e.g. 1.2.3) in "
-                   "CFBundleShortVersionString.";
-        }
-        std::string operator()(NoInfoDictionary) const { return "Bundle does not contain an Info.plist"; }
-        std::string operator()(NoName) const { return "Missing CFBundleName in Info.plist"; }
-        std::string operator()(NoIdentifer) const { return "Missing CFBundleIdentifier in Info.plist"; }
-        std::string operator()(NoVersion) const { return "Missing CFBundleVersion in Info.plist"; }
-        std::string operator()(NoVersionString) const {
-            return "Missing CFBundleShortVersionString in Info.plist";
-        }
-        std::string operator()(NoMinimumSystemVersion) const {
-            return "Missing LSMinimumSystemVersion in Info.plist";
-        }
-    };
-    return std::visit(Text(), which);
-}
-
 BundleInfo BundleInfo::from(const Bundle& bundle) {
-    auto dictionary = readInfoDictionary(bundle);
-    if (!dictionary)
-        throw BundleInfoError(BundleInfoError::NoInfoDictionary());
-    const InfoDictionary info(std::move(*dictionary));
+    const InfoDictionary info(readInfoDictionary(bundle));
 
     BundleInfo result;
     result.url = bundle.url();

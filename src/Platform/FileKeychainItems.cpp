@@ -167,4 +167,8 @@ std::string FileKeychainItems::message(KeychainStatus status) const {
     return keychainMessage(status);
 }
 
+std::string FileKeychainItems::location() const {
+    return "the file " + file->path().string() + " (not encrypted, readable by you alone)";
+}
+
 } // namespace halvo

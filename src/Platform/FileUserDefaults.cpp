@@ -21,17 +21,24 @@ std::optional<json> FileUserDefaults::value(const std::string& key) {
     return std::move(*entry);
 }
 
-void FileUserDefaults::set(const std::string& key, const json& value) {
+void FileUserDefaults::change(const std::string& key, const Edit& edit) {
     file->change([&](json& object) {
-        object[key] = value;
+        json value = object.value(key, json());
+        edit(value);
+        if (value.is_null())
+            return object.erase(key) > 0;
+        object[key] = std::move(value);
         return true;
     });
 }
 
-void FileUserDefaults::remove(const std::string& key) {
-    if (!value(key)) // where there is no store yet, none is made
-        return;
-    file->change([&](json& object) { return object.erase(key) > 0; });
+void UserDefaults::set(const std::string& key, const json& value) {
+    change(key, [&](json& held) { held = value; });
+}
+
+void UserDefaults::remove(const std::string& key) {
+    if (value(key)) // where there is no store yet, none is made
+        change(key, [](json& held) { held = nullptr; });
 }
 
 } // namespace halvo

@@ -10,7 +10,7 @@ std::string keychainMessage(KeychainStatus status) {
     case KeychainStatus::authFailed: return "The user name or passphrase you entered is not correct.";
     case KeychainStatus::duplicateItem: return "The item already exists in the keychain.";
     case KeychainStatus::itemNotFound: return "The item could not be found in the keychain.";
-    case KeychainStatus::interactionNotAllowed: return "User interaction is not allowed.";
+    case KeychainStatus::interactionNotAllowed: break; // its cause differs from system to system
     case KeychainStatus::decode: return "The stored item could not be decoded.";
     case KeychainStatus::ioError: return "The keychain could not be read or written.";
     }

@@ -31,6 +31,15 @@ void makeFolders(const fs::path& folder) {
         throw FileError("create", folder, errno);
 }
 
+/// What a name stands for: users keep their settings behind symbolic links, and those must stay. A link may
+/// lead to a file that is not there yet.
+fs::path followed(fs::path file) {
+    constexpr int longestChain = 40; // like the system's
+    for (int links = 0; links < longestChain && fs::is_symlink(fs::symlink_status(file)); ++links)
+        file = file.parent_path() / fs::read_symlink(file); // an absolute one takes the place of it all
+    return file;
+}
+
 /// Absent when the bytes are anything but one JSON object.
 std::optional<json> parseObject(ByteView bytes) {
     bool tooDeep = false;
@@ -88,11 +97,12 @@ json LockedJSONFile::readLocked() const {
 
 fs::path LockedJSONFile::moveAside() const {
     const std::string suffix = ".damaged-" + formatTimestamp(clock.now());
-    fs::path target = beside(file, suffix);
+    const fs::path damaged = followed(file);
+    fs::path target = beside(damaged, suffix);
     for (int number = 2; fs::exists(fs::symlink_status(target)); ++number)
-        target = beside(file, suffix + "-" + std::to_string(number));
-    if (::rename(file.c_str(), target.c_str()) != 0)
-        throw FileError("move aside", file, errno);
+        target = beside(damaged, suffix + "-" + std::to_string(number));
+    if (::rename(damaged.c_str(), target.c_str()) != 0)
+        throw FileError("move aside", damaged, errno);
     return target;
 }
 
@@ -104,7 +114,9 @@ void LockedJSONFile::write(const json& object) const {
         // The library's own sentence would quote the value, which may be a secret.
         throw Failure("A value that is not UTF-8 text cannot be stored in " + file.string() + ".");
     }
-    writeFileAtomically(file, viewBytes(text), 0600);
+    const fs::path target = followed(file);
+    makeFolders(target.parent_path());
+    writeFileAtomically(target, viewBytes(text), 0600);
 }
 
 } // namespace halvo

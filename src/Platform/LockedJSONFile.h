@@ -15,9 +15,10 @@ namespace halvo {
 /// One JSON object in a file of the user's own (mode 0600), shared by any number of processes and threads.
 ///
 /// A change takes a lock on the neighbouring file `<name>.lock`, reads afresh, edits and replaces the file
-/// atomically, so no change is lost and a reader needs no lock. Folders that are missing are made with mode
-/// 0700. A file that holds anything but a JSON object is moved aside to `<name>.damaged-<time>` with a
-/// warning, and the object counts as empty. Every operation throws FileError when the system refuses.
+/// atomically, so no change is lost and a reader needs no lock. A symbolic link is followed and stays.
+/// Folders that are missing are made with mode 0700. A file that holds anything but a JSON object is moved
+/// aside to `<name>.damaged-<time>` with a warning, and the object counts as empty. Every operation throws
+/// FileError when the system refuses.
 class LockedJSONFile {
 public:
     /// Changes the object and says whether it did; nothing is written when not.

@@ -1,7 +1,7 @@
 #include <Toolbox/SignedObject.h>
 
+#include <Base/PropertyList.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 #include <Toolbox/MachO.h>
 
 #include <algorithm>

@@ -30,7 +30,7 @@ public:
             if (options.cancellation.stop_requested())
                 throw CancelledError();
             if (entry.name.size() >= saturated16)
-                throw ZIPError(ZIPError::UnsafeName{entry.name, "is too long for a ZIP archive"});
+                throw ZIPError(ZIPError::NameTooLong{entry.name});
             packEntry(entry);
         }
         const std::uint64_t directoryOffset = output.position();

@@ -68,6 +68,7 @@ TEST_F(AccountCommands, anAccountFromItsBeginning) {
                 StartsWith("Authentication\n  Logged in as " + lowercased(email) + "\n\nCLI Installation\n"));
     EXPECT_THAT(call({"logout"}).output, EndsWith("You have been logged out.\n"));
     EXPECT_THAT(call({"status"}).output, StartsWith("Authentication\n  Not logged in\n"));
+    EXPECT_THAT(call({"status"}).output, HasSubstr("\nSecrets\n  Kept in the file /"));
 
     EXPECT_THAT(logIn("wrong horse"), HasSubstr("Login failed: The email address or the password is wrong."));
     EXPECT_THAT(call({"whoami"}).output, HasSubstr("Not logged in"));

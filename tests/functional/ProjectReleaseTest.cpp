@@ -1,8 +1,8 @@
 #include "ReleaseFixture.h"
 
 #include <Base/Base64.h>
+#include <Base/PropertyList.h>
 #include <Base/Text.h>
-#include <Platform/PropertyList.h>
 #include <Support/CaseName.h>
 #include <Support/FaultServer.h>
 #include <Support/TestData.h>

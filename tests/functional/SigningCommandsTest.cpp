@@ -65,9 +65,10 @@ INSTANTIATE_TEST_SUITE_P(
                    "Warning: An error occurred: The signature isn't valid base64."},
         VerifyCase{"keyNoBase64", "update.zip", nullptr, "*",
                    "Warning: An error occurred: The public key isn't valid base64."},
-        VerifyCase{"keyOfAnotherLength", "update.zip", nullptr, "AAAA",
-                   "Warning: An error occurred: A key of 3 bytes is no Ed25519 key: a private key has 32 or "
-                   "96 bytes, a public key 32."},
+        VerifyCase{
+            "keyOfAnotherLength", "update.zip", nullptr, "AAAA",
+            "Warning: An error occurred: A key of 3 bytes is not an Ed25519 key: a private key has 32 or "
+            "96 bytes, a public key 32."},
         VerifyCase{"noFile", "missing.zip", nullptr, nullptr,
                    "Warning: An error occurred: Could not read missing.zip: No such file or directory"}),
     CaseName());

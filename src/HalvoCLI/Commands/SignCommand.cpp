@@ -1,4 +1,5 @@
 #include "Commands/Commands.h"
+#include "Output/FailureReport.h"
 #include "Services.h"
 
 #include <Base/Base64.h>
@@ -30,11 +31,11 @@ public:
         }
         try {
             sign(services, *terminal);
-        } catch (const KeychainError& error) {
-            terminal->print(TerminalText::danger("Keychain error: " + error.description()));
-            throw ExitCode{ExitCode::failure};
         } catch (const std::exception& error) {
-            terminal->print(TerminalText::danger("Error: " + describe(error)));
+            const bool isKeychain = dynamic_cast<const KeychainError*>(&error) != nullptr;
+            terminal->print(
+                TerminalText::danger((isKeychain ? "Keychain error: " : "Error: ") + describe(error)));
+            printAdvice(*terminal, error);
             throw ExitCode{ExitCode::failure};
         }
     }

@@ -19,6 +19,9 @@ public:
         terminal->print("");
         terminal->print(TerminalText::section("CLI Installation"));
         showInstallations(*terminal, services.platform);
+        terminal->print("");
+        terminal->print(TerminalText::section("Secrets"));
+        terminal->print("  Kept in " + services.platform.keychainItems.location());
     }
 
 private:

@@ -20,8 +20,14 @@ decltype(auto) withFailurePrefix(const std::string& prefix, Action&& action) {
     } catch (const CodedFailure&) {
         throw;
     } catch (const std::exception& error) {
-        throw Failure(prefix + describe(error));
+        throw Failure(prefix + describe(error), adviceOf(error));
     }
+}
+
+/// Writes the advice of a failure, if it has one, to standard error.
+inline void printAdvice(Terminal& terminal, const std::exception& error) {
+    if (const std::string advice = adviceOf(error); !advice.empty())
+        terminal.printError(advice);
 }
 
 /// Runs the work of a command that speaks in text only. A failure is printed to standard output in the style
@@ -32,6 +38,7 @@ void endingOnFailure(Terminal& terminal, int status, Work&& work) {
         work();
     } catch (const std::exception& error) {
         terminal.print(TerminalText::danger(describe(error)));
+        printAdvice(terminal, error);
         throw ExitCode{status};
     }
 }
@@ -46,6 +53,7 @@ bool reportingFailure(Terminal& terminal, std::string_view prefix, Operation&& o
         return true;
     } catch (const std::exception& error) {
         terminal.print(TerminalText::danger(std::string(prefix) + describe(error)));
+        printAdvice(terminal, error);
         return false;
     }
 }

@@ -26,10 +26,12 @@ void OutputContext::info(const TerminalText& text) const {
 void OutputContext::emit(const CLIError& error) const {
     if (outputFormat == OutputFormat::text) {
         kit->print(TerminalText::danger(error.description()));
-        return;
+    } else {
+        writeJSONLine(nlohmann::json(error));
+        standardError->write("Error: " + sanitised(error.description()) + "\n");
     }
-    writeJSONLine(nlohmann::json(error));
-    standardError->write("Error: " + sanitised(error.description()) + "\n");
+    if (!error.advice().empty())
+        standardError->write(sanitised(error.advice()) + "\n");
 }
 
 void OutputContext::emit(const OutputData& result) const {

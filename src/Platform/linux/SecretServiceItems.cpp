@@ -295,7 +295,15 @@ public:
         });
     }
 
-    std::string message(KeychainStatus status) const override { return keychainMessage(status); }
+    std::string message(KeychainStatus status) const override {
+        if (status == KeychainStatus::interactionNotAllowed)
+            return "The keyring of this session is locked, or there is none yet, and without a desktop its "
+                   "password cannot be asked for. Unlock it, or set HALVO_KEYCHAIN=file to keep secrets in a "
+                   "file.";
+        return keychainMessage(status);
+    }
+
+    std::string location() const override { return "the keyring of this session (Secret Service)"; }
 
     /// Success when the session bus can be reached and a service answers on it.
     KeychainStatus reach() {

@@ -2,8 +2,8 @@
 
 #include <Base/BinaryReader.h>
 #include <Base/BinaryWriter.h>
+#include <Base/PropertyList.h>
 #include <DiskImage/DiskImageError.h>
-#include <Platform/PropertyList.h>
 
 #include <algorithm>
 

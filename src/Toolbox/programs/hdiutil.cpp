@@ -1,11 +1,11 @@
 // hdiutil: makes, resizes, converts and unfolds disk images.
 #include "HdiutilArguments.h"
 
+#include <Base/PropertyList.h>
 #include <DiskImage/DiskImages.h>
 #include <HFSPlus/HFSPlusError.h>
 #include <Platform/Clock.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 #include <Platform/SystemProcessRunner.h>
 
 #include <algorithm>

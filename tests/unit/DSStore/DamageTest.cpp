@@ -65,11 +65,16 @@ TEST(Damage, namesWhyAFileCannotBeOpened) {
         EXPECT_EQ(error.description(), "File not found");
     }
     try {
+        DSStore::read(ByteView());
+    } catch (const DSStore::Error& error) {
+        EXPECT_EQ(error.description(), "Corrupted file: Unexpected end of data");
+    }
+    try {
         DSStore::read(folder.path());
         ADD_FAILURE();
     } catch (const DSStore::Error& error) {
-        EXPECT_EQ(error.which, DSStore::Error::Case::readFailed);
-        EXPECT_NE(error.detail.find("Is a directory"), std::string::npos) << error.detail;
+        EXPECT_TRUE(error.is<DSStore::Error::ReadFailed>());
+        EXPECT_NE(error.description().find("Is a directory"), std::string::npos) << error.description();
     }
 }
 

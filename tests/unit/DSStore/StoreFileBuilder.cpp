@@ -94,7 +94,8 @@ std::string readingError(ByteView file) {
         DSStore::read(file);
         return "";
     } catch (const DSStore::Error& error) {
-        return error.description();
+        const auto* corrupted = std::get_if<DSStore::Error::CorruptedFile>(&error.which);
+        return corrupted ? corrupted->detail : error.description();
     }
 }
 

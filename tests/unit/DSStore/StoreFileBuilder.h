@@ -40,7 +40,7 @@ struct StoreFileBuilder {
     static Bytes internal(const std::vector<std::uint32_t>& children, const std::vector<Bytes>& records);
 };
 
-/// What reading the bytes ends in: the description of the error, or "".
+/// What reading the bytes ends in: "", the detail of a corrupted file, or the description of another error.
 std::string readingError(ByteView file);
 /// The diagnostics of a read that must succeed.
 std::vector<std::string> readingDiagnostics(ByteView file);

@@ -1,7 +1,7 @@
+#include <Base/PropertyList.h>
 #include <HFSPlus/VolumeReader.h>
 #include <Platform/Descriptor.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 #include <Platform/SystemProcessRunner.h>
 #include <Platform/VolumeFacts.h>
 

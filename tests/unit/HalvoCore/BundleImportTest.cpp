@@ -1,10 +1,11 @@
 #include <HalvoCore/BundleImportService.h>
 
 #include <Platform/Files.h>
+#include <Platform/SystemProcessRunner.h>
 #include <Support/CaseName.h>
 #include <Support/DemoApp.h>
 #include <Support/FakeProcessRunner.h>
-#include <ZIP/ExtractZip.h>
+#include <Support/Shell.h>
 #include <ZIP/ZipDirectory.h>
 
 #include <gmock/gmock.h>
@@ -23,6 +24,27 @@ protected:
     fs::path packed(const fs::path& content, const std::string& name) {
         zipDirectory(content, folder / name);
         return folder / name;
+    }
+    static void run(std::string script, Arguments arguments) {
+        const Environment environment = Environment::ofProcess();
+        const ProcessResult result = SystemProcessRunner(environment, ToolPaths(environment, ""))
+                                         .run(test::shell(std::move(script), std::move(arguments)));
+        ASSERT_TRUE(result.succeeded()) << result.standardError;
+    }
+    /// An archive of entries as they are: `names` are Python literals; links and content follow from them.
+    fs::path archived(const std::string& names) {
+        run("python3 -c 'import sys, zipfile, warnings\n"
+            "warnings.simplefilter(\"ignore\")\n"
+            "with zipfile.ZipFile(sys.argv[1], \"w\") as archive:\n"
+            "    for name in eval(sys.argv[2]):\n"
+            "        entry = zipfile.ZipInfo(name)\n"
+            "        entry.create_system, mode = 3, 0o120777 if \"link\" in name else 0o100644\n"
+            "        entry.external_attr = mode << 16\n"
+            "        archive.writestr(entry, open(sys.argv[3]).read() if \"plist\" in name else \"/etc\")' "
+            "\"$1\" \"$2\" \"$3\"",
+            {(folder / "Made.zip").string(), names,
+             (test::writeDemoApp(folder) / "Contents/Info.plist").string()});
+        return folder / "Made.zip";
     }
     std::string failureOf(const fs::path& path) {
         try {
@@ -117,14 +139,31 @@ TEST_F(BundleImport, namesWhatIsWrongAndLeavesNothingBehind) {
     }
 }
 
+TEST_F(BundleImport, judgesOnlyTheNamesThatItWants) {
+    const std::string plist = "'./Demo.app//Contents/Info.plist', ";
+    const std::pair<std::string, std::string> cases[] = {
+        {plist +
+             "'../evil', '/tmp/evil', 'a\\\\b', 'Demo.app/link', 'Demo.app/Contents/Resources/Demo.icns/'",
+         "was imported"},
+        {plist + "'Demo.app/Contents/Resources/../../../evil.icns', 'Demo.app/Contents/Resources/link.icns'",
+         "was imported"},
+        {plist + "'Demo.app/Contents/Info.plist'", "Failed to extract ZIP: The entry"},
+        {"'Demo.app/Contents/MacOS/Demo'", "Bundle does not contain an Info.plist"},
+        {"'Demo.app'", "Invalid app bundle in ZIP"},
+        {"'sub/Demo.app/Contents/Info.plist'", "No .app bundle found in ZIP"}};
+    for (const auto& [names, expected] : cases) {
+        EXPECT_THAT(failureOf(archived("[" + names + "]")), testing::StartsWith(expected)) << names;
+        EXPECT_TRUE(fs::is_empty(temporary)) << names;
+    }
+}
+
 TEST_F(BundleImport, packsAnAppWithItsFolderAndLinks) {
     const fs::path app = test::writeDemoApp(folder);
     fs::create_symlink("MacOS/Demo", app / "Contents/Link");
     const fs::path archive = zipService.zip(URL::file(app)).filePath();
     EXPECT_EQ(archive.filename(), "Demo.zip");
     EXPECT_EQ(archive.parent_path().parent_path(), temporary);
-    fs::create_directory(folder / "out");
-    extractZip(archive, folder / "out");
+    run("unzip -q \"$1\" -d \"$2\"", {archive.string(), (folder / "out").string()});
     EXPECT_EQ(fs::read_symlink(folder / "out/Demo.app/Contents/Link"), "MacOS/Demo");
     EXPECT_EQ(test::readText(folder / "out/Demo.app/Contents/MacOS/Demo"), "program");
 }

@@ -1,6 +1,6 @@
 #include <HalvoCore/DMGService.h>
 
-#include <Platform/PropertyList.h>
+#include <Base/PropertyList.h>
 #include <Support/DemoApp.h>
 #include <Support/FakeProcessRunner.h>
 #include <Support/RecordingLog.h>

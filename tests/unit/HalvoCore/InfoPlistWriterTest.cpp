@@ -1,6 +1,6 @@
 #include <HalvoCore/InfoPlistWriter.h>
 
-#include <Platform/PropertyList.h>
+#include <Base/PropertyList.h>
 #include <Support/TemporaryFolder.h>
 
 #include <csignal>

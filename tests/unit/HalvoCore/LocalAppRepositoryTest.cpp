@@ -122,10 +122,18 @@ TEST_F(LocalAppRepositoryTest, keepsTheListUnderOneKeyAndNeverItsReleases) {
     EXPECT_EQ(repository.fetchStored("com.example.Demo"), std::nullopt);
 }
 
-TEST_F(LocalAppRepositoryTest, aListOfAnotherShapeCountsAsNone) {
-    for (const json& damaged : {json("x"), json::object(), json::array({json{{"name", "Demo"}}})}) {
-        storage.set(damaged, "localApps");
+TEST_F(LocalAppRepositoryTest, carriesAlongWhatItCannotRead) {
+    const json strange = {{"name", "Demo"}};
+    for (const json& stored : {strange, json::array_t{strange}, json("x")}) {
+        SCOPED_TRACE(stored.dump());
+        storage.set(stored, "localApps");
         EXPECT_TRUE(repository.list().empty());
+        LocalApp demo = repository.create(app("Demo"));
+        demo.name = "Renamed";
+        repository.update(demo);
+        EXPECT_EQ(names(repository.listStored()), std::vector<std::string>{"Renamed"});
+        repository.remove(demo);
+        EXPECT_EQ(storage.get("localApps"), stored.is_array() ? stored : json(json::array_t{stored}));
     }
 }
 

@@ -1,7 +1,7 @@
 #include <HalvoNotarization/ArchiveExporter.h>
 
+#include <Base/PropertyList.h>
 #include <Base/Text.h>
-#include <Platform/PropertyList.h>
 #include <Support/CaseName.h>
 #include <Support/ScriptedTools.h>
 #include <Support/Shell.h>

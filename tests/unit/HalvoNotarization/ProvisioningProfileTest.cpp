@@ -1,7 +1,7 @@
 #include <HalvoNotarization/ProvisioningProfileReader.h>
 
+#include <Base/PropertyList.h>
 #include <Platform/Files.h>
-#include <Platform/PropertyList.h>
 #include <Support/ScriptedTools.h>
 #include <Support/TestData.h>
 #include <Support/Thrown.h>

@@ -1,8 +1,6 @@
 #include <KeyChain/MacKeyChainStore.h>
 
-#include <Base/Base64.h>
 #include <Platform/FileKeychainItems.h>
-#include <Support/CaseName.h>
 #include <Support/TemporaryFolder.h>
 
 #include <functional>
@@ -13,48 +11,43 @@
 namespace halvo {
 namespace {
 
-enum class Operation { copy, exists, add, update, remove };
+using enum KeychainDomain;
 
-/// A real keychain whose operations can be made to fail, each in one domain.
+/// A real keychain whose operations can be made to fail.
 class FaultyKeychainItems final : public KeychainItems {
 public:
     explicit FaultyKeychainItems(KeychainItems& real) : real(real) {}
-    void fail(Operation operation, KeychainDomain domain, KeychainStatus status) {
-        faults[{operation, domain}] = status;
-    }
 
     KeychainStatus copy(const KeychainQuery& query, KeychainItem& item) override {
-        const auto status = fault(Operation::copy, query);
-        return status ? *status : real.copy(query, item);
+        return run("copy", query, [&] { return real.copy(query, item); });
     }
     KeychainStatus exists(const KeychainQuery& query) override {
-        const auto status = fault(Operation::exists, query);
-        return status ? *status : real.exists(query);
+        return run("exists", query, [&] { return real.exists(query); });
     }
     KeychainStatus add(const KeychainQuery& query, const KeychainItem& item) override {
-        const auto status = fault(Operation::add, query);
-        return status ? *status : real.add(query, item);
+        return run("add", query, [&] { return real.add(query, item); });
     }
     KeychainStatus update(const KeychainQuery& query, const KeychainItem& item) override {
-        const auto status = fault(Operation::update, query);
-        return status ? *status : real.update(query, item);
+        return run("update", query, [&] { return real.update(query, item); });
     }
     KeychainStatus remove(const KeychainQuery& query) override {
-        const auto status = fault(Operation::remove, query);
-        return status ? *status : real.remove(query);
+        return run("remove", query, [&] { return real.remove(query); });
     }
     std::string message(KeychainStatus status) const override {
         return status == KeychainStatus::ioError ? "The disk is on fire." : "";
     }
+    std::string location() const override { return real.location(); }
+
+    std::map<std::pair<std::string, KeychainDomain>, KeychainStatus> faults;
 
 private:
-    std::optional<KeychainStatus> fault(Operation operation, const KeychainQuery& query) const {
-        const auto found = faults.find({operation, query.domain});
-        return found == faults.end() ? std::nullopt : std::optional(found->second);
+    template<typename Operation>
+    KeychainStatus run(const std::string& name, const KeychainQuery& query, Operation operation) {
+        const auto fault = faults.find({name, query.domain});
+        return fault == faults.end() ? operation() : fault->second;
     }
 
     KeychainItems& real;
-    std::map<std::pair<Operation, KeychainDomain>, KeychainStatus> faults;
 };
 
 class MacKeyChainStoreTest : public testing::Test {
@@ -68,6 +61,7 @@ protected:
         ASSERT_EQ(items.add(query, {.data = copyBytes(data), .attributes = std::move(attributes)}),
                   KeychainStatus::success);
     }
+    bool isThere(const KeychainQuery& query) { return items.exists(query) == KeychainStatus::success; }
 
     test::TemporaryFolder folder;
     SystemClock clock;
@@ -76,65 +70,58 @@ protected:
     FaultyKeychainItems faulty{items};
     MacKeyChainStore store{faulty};
 
+    const std::string bundle = "com.example.App";
     const Bytes privateKey{0x00, 0xff, 0x10, 0x20};
-    const Bytes publicKey{0xfe, 0x01};
     const KeychainQuery tokenQuery{.service = "halvo.example", .account = "api-token"};
     const KeychainQuery sparkleQuery{.service = "halvo.sparkle.com.example.App", .account = "ed25519"};
     const KeychainQuery s3Query{.service = "halvo.s3.com.example.App", .account = "aws-credentials"};
-    const KeychainQuery toolQuery{.service = "https://sparkle-project.org",
-                                  .account = "ed25519",
-                                  .domain = KeychainDomain::login,
-                                  .protocol = "ssh"};
+    const KeychainQuery toolQuery{
+        .service = "https://sparkle-project.org", .account = "ed25519", .domain = login, .protocol = "ssh"};
 };
 
 KeychainQuery inLogin(KeychainQuery query) {
-    query.domain = KeychainDomain::login;
+    query.domain = login;
     return query;
 }
 
-/// The case that `action` throws; fails the test when it throws no KeychainError.
-KeychainError::Case caseOf(const std::function<void()>& action) {
+/// The sentence of the KeychainError that `action` throws.
+std::string failureOf(const std::function<void()>& action) {
     try {
         action();
     } catch (const KeychainError& error) {
-        return error.which;
+        return error.description();
     }
-    throw std::runtime_error("nothing was thrown");
+    return "nothing was thrown";
 }
 
 TEST_F(MacKeyChainStoreTest, filesEachItemUnderItsNamesAndAttributes) {
     store.setAPIToken("tok\u00e9n");
-    store.setSparklePrivateKey(privateKey, publicKey, "com.example.App");
-    store.setS3Credentials({.accessKeyID = "AKIA", .secretAccessKey = "s/e+c"}, "com.example.App");
-
-    EXPECT_EQ(stored(tokenQuery), (KeychainItem{.data = copyBytes("tok\u00e9n"),
-                                                .attributes = {.label = "API token for halvo.example"}}));
-    EXPECT_EQ(
-        stored(sparkleQuery),
-        (KeychainItem{.data = copyBytes("AP8QIA=="),
-                      .attributes = {.label = "Private key for signing Sparkle updates (com.example.App)",
-                                     .description = "private key",
-                                     .comment = "/gE="}}));
-    EXPECT_EQ(stored(s3Query),
-              (KeychainItem{.data = copyBytes(R"({"accessKeyID":"AKIA","secretAccessKey":"s/e+c"})"),
-                            .attributes = {.label = "AWS credentials for com.example.App"}}));
-
+    store.setSparklePrivateKey(privateKey, Bytes{0xfe, 0x01}, bundle);
+    store.setS3Credentials({.accessKeyID = "AKIA", .secretAccessKey = "s/e+c"}, bundle);
+    const KeychainAttributes key{.label = "Private key for signing Sparkle updates (com.example.App)",
+                                 .description = "private key",
+                                 .comment = "/gE="};
+    EXPECT_EQ(stored(tokenQuery),
+              (KeychainItem{copyBytes("tok\u00e9n"), {.label = "API token for halvo.example"}}));
+    EXPECT_EQ(stored(sparkleQuery), (KeychainItem{copyBytes("AP8QIA=="), key}));
+    EXPECT_EQ(stored(s3Query), (KeychainItem{copyBytes(R"({"accessKeyID":"AKIA","secretAccessKey":"s/e+c"})"),
+                                             {.label = "AWS credentials for com.example.App"}}));
     EXPECT_EQ(store.getAPIToken(), "tok\u00e9n");
-    EXPECT_EQ(store.getSparklePrivateKeyFor("com.example.App"), privateKey);
-    EXPECT_EQ(store.getS3Credentials("com.example.App"),
+    EXPECT_EQ(store.getSparklePrivateKeyFor(bundle), privateKey);
+    EXPECT_EQ(store.getS3Credentials(bundle),
               (S3Credentials{.accessKeyID = "AKIA", .secretAccessKey = "s/e+c"}));
-    EXPECT_EQ(items.exists(inLogin(tokenQuery)), KeychainStatus::itemNotFound);
+    EXPECT_FALSE(isThere(inLogin(tokenQuery)));
 }
 
 TEST_F(MacKeyChainStoreTest, namesTheAccountOfWhatIsMissing) {
-    using NotFound = KeychainError::ItemNotFound;
-    EXPECT_EQ(caseOf([&] { store.getAPIToken(); }), KeychainError::Case(NotFound{"api-token"}));
-    EXPECT_EQ(caseOf([&] { store.getSparklePrivateKeyFor("com.example.App"); }),
-              KeychainError::Case(NotFound{"ed25519"}));
-    EXPECT_EQ(caseOf([&] { store.getS3Credentials("com.example.App"); }),
-              KeychainError::Case(NotFound{"aws-credentials"}));
-    EXPECT_EQ(caseOf([&] { store.getSparklePrivateKey("work"); }), KeychainError::Case(NotFound{"work"}));
-    EXPECT_EQ(store.storedSparklePrivateKey("com.example.App"), std::nullopt);
+    const auto missing = [](const std::string& account) {
+        return "No item for " + account + " in the keychain.";
+    };
+    EXPECT_EQ(failureOf([&] { store.getAPIToken(); }), missing("api-token"));
+    EXPECT_EQ(failureOf([&] { store.getSparklePrivateKeyFor(bundle); }), missing("ed25519"));
+    EXPECT_EQ(failureOf([&] { store.getS3Credentials(bundle); }), missing("aws-credentials"));
+    EXPECT_EQ(failureOf([&] { store.getSparklePrivateKey("work"); }), missing("work"));
+    EXPECT_EQ(store.storedSparklePrivateKey(bundle), std::nullopt);
     EXPECT_FALSE(store.hasSparklePrivateKey());
 }
 
@@ -142,19 +129,14 @@ TEST_F(MacKeyChainStoreTest, movesALegacyItemOverWhenItIsRead) {
     const KeychainAttributes attributes{
         .label = "old label", .description = "private key", .comment = "public"};
     plant(inLogin(sparkleQuery), "AP8QIA==", attributes);
-    EXPECT_EQ(store.getSparklePrivateKeyFor("com.example.App"), privateKey);
+    faulty.faults[{"add", dataProtection}] = KeychainStatus::ioError;
+    EXPECT_EQ(failureOf([&] { store.getSparklePrivateKeyFor(bundle); }),
+              "Couldn't save the item to the keychain. The disk is on fire. (OSStatus -36)");
+    faulty.faults.clear();
+    EXPECT_EQ(store.getSparklePrivateKeyFor(bundle), privateKey);
     EXPECT_EQ(stored(sparkleQuery).attributes, attributes);
-    EXPECT_EQ(stored(inLogin(sparkleQuery)), stored(sparkleQuery));
-
     ASSERT_EQ(items.update(inLogin(sparkleQuery), {.data = copyBytes("changed")}), KeychainStatus::success);
-    EXPECT_EQ(store.getSparklePrivateKeyFor("com.example.App"), privateKey) << "the new item is found first";
-}
-
-TEST_F(MacKeyChainStoreTest, aLegacyItemThatCannotBeMovedIsAFailure) {
-    plant(inLogin(tokenQuery), "token");
-    faulty.fail(Operation::add, KeychainDomain::dataProtection, KeychainStatus::ioError);
-    EXPECT_EQ(caseOf([&] { store.getAPIToken(); }),
-              KeychainError::Case(KeychainError::UnableToStoreItem{-36}));
+    EXPECT_EQ(store.getSparklePrivateKeyFor(bundle), privateKey) << "the new item is found first";
 }
 
 TEST_F(MacKeyChainStoreTest, deletingRemovesFromBothKeychainsAndForgivesAbsence) {
@@ -163,115 +145,68 @@ TEST_F(MacKeyChainStoreTest, deletingRemovesFromBothKeychainsAndForgivesAbsence)
     for (const auto& query : {tokenQuery, inLogin(tokenQuery), s3Query, inLogin(s3Query)})
         plant(query, "{}");
     store.deleteAPIToken();
-    EXPECT_EQ(items.exists(tokenQuery), KeychainStatus::itemNotFound);
-    EXPECT_EQ(items.exists(inLogin(tokenQuery)), KeychainStatus::itemNotFound);
-    EXPECT_EQ(items.exists(s3Query), KeychainStatus::success) << "another item went along";
-    store.deleteS3Credentials("com.example.App");
-    EXPECT_EQ(items.exists(s3Query), KeychainStatus::itemNotFound);
-    EXPECT_EQ(items.exists(inLogin(s3Query)), KeychainStatus::itemNotFound);
-}
-
-TEST_F(MacKeyChainStoreTest, onlyTheNewKeychainDecidesWhetherADeletionWorked) {
-    faulty.fail(Operation::remove, KeychainDomain::login, KeychainStatus::authFailed);
-    EXPECT_NO_THROW(store.deleteAPIToken());
-    faulty.fail(Operation::remove, KeychainDomain::dataProtection, KeychainStatus::userCanceled);
-    EXPECT_EQ(caseOf([&] { store.deleteAPIToken(); }),
-              KeychainError::Case(KeychainError::UnknownKeychainError{-128}));
-    EXPECT_EQ(caseOf([&] { store.deleteS3Credentials("com.example.App"); }),
-              KeychainError::Case(KeychainError::UnknownKeychainError{-128}));
+    EXPECT_FALSE(isThere(tokenQuery) || isThere(inLogin(tokenQuery)));
+    EXPECT_TRUE(isThere(s3Query)) << "another item went along";
+    faulty.faults[{"remove", login}] = KeychainStatus::authFailed; // the new keychain alone decides
+    store.deleteS3Credentials(bundle);
+    EXPECT_FALSE(isThere(s3Query));
+    faulty.faults[{"remove", dataProtection}] = KeychainStatus::userCanceled;
+    EXPECT_EQ(failureOf([&] { store.deleteAPIToken(); }), " (OSStatus -128)");
 }
 
 TEST_F(MacKeyChainStoreTest, readsTheKeyOfSparklesOwnToolAndLeavesItThere) {
     plant(toolQuery, "AP8QIA==");
     EXPECT_TRUE(store.hasSparklePrivateKey());
     EXPECT_EQ(store.getSparklePrivateKey(), privateKey);
-    KeychainQuery copied = toolQuery;
-    copied.domain = KeychainDomain::dataProtection;
-    EXPECT_EQ(items.exists(copied), KeychainStatus::itemNotFound);
+    EXPECT_FALSE(isThere({.service = toolQuery.service, .account = toolQuery.account}));
 }
 
 TEST_F(MacKeyChainStoreTest, refusesDataThatIsNotWhatItShouldBe) {
+    const std::string notReadable = "The keychain item contains data that can't be read.";
     plant(sparkleQuery, "not base64!");
-    plant(toolQuery, "AP8QIA==\n");
     plant(tokenQuery, "\xff\xfe");
-    EXPECT_EQ(caseOf([&] { store.storedSparklePrivateKey("com.example.App"); }),
-              KeychainError::Case(KeychainError::InvalidBase64Encoding{}));
-    EXPECT_EQ(caseOf([&] { store.getSparklePrivateKey("ed25519"); }),
-              KeychainError::Case(KeychainError::InvalidBase64Encoding{}));
-    EXPECT_EQ(caseOf([&] { store.getAPIToken(); }), KeychainError::Case(KeychainError::UnableToDecodeData{}));
-    EXPECT_EQ(caseOf([&] { store.setAPIToken("\xff"); }),
-              KeychainError::Case(KeychainError::UnableToDecodeData{}));
-}
-
-TEST_F(MacKeyChainStoreTest, aBadRecordOfCredentialsIsAFailureWithoutItsValues) {
-    for (const char* record : {"", "hidden", "[\"hidden\"]", R"({"accessKeyID":"hidden"})",
-                               R"({"accessKeyID":"hidden","secretAccessKey":7})"}) {
+    EXPECT_EQ(failureOf([&] { store.storedSparklePrivateKey(bundle); }), "The key isn't valid base64.");
+    EXPECT_EQ(failureOf([&] { store.getAPIToken(); }), notReadable);
+    EXPECT_EQ(failureOf([&] { store.setAPIToken("\xff"); }), notReadable);
+    for (const char* record : {"hidden", "[\"hidden\"]", R"({"accessKeyID":"hidden","secretAccessKey":7})"}) {
         static_cast<void>(items.remove(s3Query));
         plant(s3Query, record);
         try {
-            store.getS3Credentials("com.example.App");
+            store.getS3Credentials(bundle);
             ADD_FAILURE() << "accepted " << record;
-        } catch (const KeychainError&) {
-            ADD_FAILURE() << "took a record for a keychain failure: " << record;
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.description().find("hidden"), std::string::npos) << failure.description();
         }
     }
-    const S3Credentials notText{.accessKeyID = "hidden", .secretAccessKey = "\xff"};
-    EXPECT_THROW(store.setS3Credentials(notText, "com.example.Other"), Failure);
+    EXPECT_THROW(store.setS3Credentials({"hidden", "\xff"}, "com.example.Other"), Failure);
 }
 
-struct StatusCase {
-    std::string name;
-    KeychainStatus status;
-    KeychainError::Case read;
-    KeychainError::Case add;
-    KeychainError::Case update;
-};
-
-class StatusMapping : public MacKeyChainStoreTest, public testing::WithParamInterface<StatusCase> {};
-
-TEST_P(StatusMapping, holdsForEveryOperation) {
-    const StatusCase& row = GetParam();
-    for (const auto operation : {Operation::copy, Operation::exists})
-        for (const auto domain : {KeychainDomain::dataProtection, KeychainDomain::login})
-            faulty.fail(operation, domain, row.status);
-    EXPECT_EQ(caseOf([&] { store.getAPIToken(); }), row.read);
-    EXPECT_EQ(caseOf([&] { store.getSparklePrivateKey("ed25519"); }), row.read);
-    EXPECT_EQ(caseOf([&] { store.hasSparklePrivateKey(); }), row.read);
-    EXPECT_EQ(caseOf([&] { store.storedSparklePrivateKey("com.example.App"); }), row.read);
-
-    faulty.fail(Operation::update, KeychainDomain::dataProtection, row.status);
+TEST_F(MacKeyChainStoreTest, tellsEveryStatusOfEveryOperation) {
+    const std::string failing = "The disk is on fire. (OSStatus -36)";
+    const std::pair<KeychainStatus, std::string> cases[] = {
+        {KeychainStatus::authFailed,
+         "Keychain access was denied. Try again and allow access when macOS asks."},
+        {KeychainStatus::userCanceled,
+         "Keychain access was canceled. Try again and allow access when macOS asks."},
+        {KeychainStatus::interactionNotAllowed, "macOS can't show the keychain prompt right now. Unlock your "
+                                                "Mac and try again from a logged-in desktop session."},
+        {KeychainStatus::ioError, failing}};
     store.setAPIToken("first");
-    EXPECT_EQ(caseOf([&] { store.setAPIToken("second"); }), row.update);
-    faulty.fail(Operation::add, KeychainDomain::dataProtection, row.status);
-    EXPECT_EQ(caseOf([&] { store.setAPIToken("third"); }), row.add);
-}
-
-constexpr auto unknownStatus = static_cast<KeychainStatus>(-67);
-
-INSTANTIATE_TEST_SUITE_P(
-    MacKeyChainStore, StatusMapping,
-    testing::Values(StatusCase{"authFailed", KeychainStatus::authFailed,
-                               KeychainError::AuthenticationFailed{}, KeychainError::AuthenticationFailed{},
-                               KeychainError::AuthenticationFailed{}},
-                    StatusCase{"userCanceled", KeychainStatus::userCanceled, KeychainError::UserCanceled{},
-                               KeychainError::UserCanceled{}, KeychainError::UserCanceled{}},
-                    StatusCase{"ioError", KeychainStatus::ioError, KeychainError::UnknownKeychainError{-36},
-                               KeychainError::UnableToStoreItem{-36}, KeychainError::UnableToUpdateItem{-36}},
-                    StatusCase{"aNumberWithoutAName", unknownStatus, KeychainError::UnknownKeychainError{-67},
-                               KeychainError::UnableToStoreItem{-67},
-                               KeychainError::UnableToUpdateItem{-67}}),
-    test::CaseName());
-
-TEST_F(MacKeyChainStoreTest, addsTheKeychainsOwnSentence) {
-    faulty.fail(Operation::add, KeychainDomain::dataProtection, KeychainStatus::ioError);
-    try {
-        store.setAPIToken("token");
-        FAIL();
-    } catch (const KeychainError& error) {
-        EXPECT_EQ(error.description(),
-                  "Couldn't save the item to the keychain. The disk is on fire. (OSStatus -36)");
+    for (const auto& [status, text] : cases) {
+        const bool isNumber = text == failing;
+        for (const char* operation : {"copy", "exists", "update"})
+            for (const auto domain : {dataProtection, login})
+                faulty.faults[{operation, domain}] = status;
+        EXPECT_EQ(failureOf([&] { store.getAPIToken(); }), text);
+        EXPECT_EQ(failureOf([&] { store.getSparklePrivateKey("ed25519"); }), text);
+        EXPECT_EQ(failureOf([&] { store.hasSparklePrivateKey(); }), text);
+        EXPECT_EQ(failureOf([&] { store.storedSparklePrivateKey(bundle); }), text);
+        EXPECT_EQ(failureOf([&] { store.setAPIToken("second"); }),
+                  (isNumber ? "Couldn't update the keychain item. " : "") + text);
+        faulty.faults[{"add", dataProtection}] = status;
+        EXPECT_EQ(failureOf([&] { store.setAPIToken("third"); }),
+                  (isNumber ? "Couldn't save the item to the keychain. " : "") + text);
+        faulty.faults.clear();
     }
 }
 

@@ -89,6 +89,35 @@ TEST_F(FileUserDefaultsTest, severalProcessesLoseNoKey) {
     EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 3) << "file, lock, damaged file";
 }
 
+TEST_F(FileUserDefaultsTest, changesAValueInOneStep) {
+    std::vector<test::ChildProcess> children;
+    for (int process = 0; process < 6; ++process)
+        children.emplace_back([&] {
+            for (int count = 0; count < 25; ++count)
+                open().change("count",
+                              [](json& value) { value = value.is_null() ? 1 : value.get<int>() + 1; });
+            return 0;
+        });
+    for (auto& child : children)
+        EXPECT_EQ(child.wait(), 0);
+    EXPECT_EQ(open().value("count"), 150);
+    EXPECT_THROW(open().change("count", [](json&) { throw Failure("no"); }), Failure);
+    EXPECT_EQ(open().value("count"), 150);
+}
+
+TEST_F(FileUserDefaultsTest, keepsSymbolicLinks) {
+    fs::create_directories(file.parent_path());
+    fs::create_symlink("../dotfiles/halvo.json", file); // leads nowhere yet
+    open().set("key", 1);
+    EXPECT_EQ(fs::read_symlink(file), "../dotfiles/halvo.json");
+    EXPECT_EQ(json::parse(test::readText(folder / "dotfiles/halvo.json")), json({{"key", 1}}));
+    folder.write("dotfiles/halvo.json", "damaged");
+    open().set("key", 2);
+    EXPECT_EQ(fs::read_symlink(file), "../dotfiles/halvo.json");
+    EXPECT_EQ(open().value("key"), 2);
+    EXPECT_EQ(test::readText(folder / "dotfiles/halvo.json.damaged-20261122000000"), "damaged");
+}
+
 TEST_F(FileUserDefaultsTest, aTextThatIsNotUTF8IsRefusedAndNothingChanges) {
     open().set("key", "kept");
     EXPECT_THROW(open().set("key", "\xff"), Failure);

@@ -57,17 +57,16 @@ TEST_F(HTTPSessionTest, sendsEveryHeaderOnceAndNoneOfItsOwnForTheBody) {
 
 TEST_F(HTTPSessionTest, sendsMethodsAsWritten) {
     const struct {
-        const char* name;
         const char* method;
         bool hasBody;
         const char* contentLength; ///< null: none is sent
-    } cases[] = {{"get", "GET", false, nullptr},
-                 {"postInLowerCase", "post", true, "0"},
-                 {"putWithEmptyBody", "PUT", true, "0"},
-                 {"remove", "DELETE", false, nullptr},
-                 {"head", "HEAD", false, nullptr}};
+    } cases[] = {{"GET", false, nullptr},
+                 {"post", true, "0"},
+                 {"PUT", true, "0"},
+                 {"DELETE", false, nullptr},
+                 {"HEAD", false, nullptr}};
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(&row - cases);
         FaultServer server({{.body = "yes"}, {.body = "next"}});
         const HTTPRequest request{.method = row.method, .url = server.url(), .hasBody = row.hasBody};
         EXPECT_EQ(send(request).status, 200);
@@ -143,12 +142,6 @@ TEST_F(HTTPSessionTest, passesOverInterimResponses) {
     EXPECT_EQ(response.status, 200);
     EXPECT_EQ(response.text(), "ok");
     EXPECT_FALSE(response.header("X-Interim"));
-}
-
-TEST_F(HTTPSessionTest, takesANewConnectionWhenTheOldOneWasClosed) {
-    FaultServer server({{.headers = {{"Connection", "close"}}}, {.body = "again"}});
-    send({.url = server.url()});
-    EXPECT_EQ(send({.url = server.url()}).text(), "again");
 }
 
 TEST_F(HTTPSessionTest, servesSeveralThreads) {

@@ -19,15 +19,18 @@ protected:
         variables["XDG_DATA_HOME"] = folder.path().string();
         variables["HALVO_KEYCHAIN"] = GetParam();
         items = makeSystemKeychainItems(Environment(variables), folder.path(), clock, {},
-                                        [](const std::string& message) { ADD_FAILURE() << message; });
+                                        [this](const std::string& message) { warnings.push_back(message); });
     }
     void TearDown() override {
+        EXPECT_EQ(warnings.size(), GetParam() == "file" ? 1U : 0U)
+            << "that secrets go to a file is told once";
         const bool usesFile = std::filesystem::exists(folder / "halvo/keychain.json");
         EXPECT_EQ(usesFile, GetParam() == "file") << "the wrong keychain was chosen";
     }
 
     test::TemporaryFolder folder;
     SystemClock clock;
+    std::vector<std::string> warnings;
     std::unique_ptr<KeychainItems> items;
 
     /// A service of each test's own: all share one keyring.

@@ -82,6 +82,26 @@ TEST_F(UnlockedKeyring, itemsOfOtherProgramsLieInTheLoginKeychain) {
     EXPECT_EQ(outputOf("secret-tool lookup service filed account a"), "");
 }
 
+TEST_F(UnlockedKeyring, findsAndClearsWhatWasFiledWithoutAKeyring) {
+    KeychainQuery query = token;
+    query.account = "filed";
+    ASSERT_EQ(open({{"HALVO_KEYCHAIN", "file"}})->add(query, item), KeychainStatus::success);
+    EXPECT_EQ(open()->copy(query, read), KeychainStatus::success);
+    EXPECT_EQ(read, item);
+    EXPECT_EQ(open()->exists(query), KeychainStatus::success);
+    EXPECT_EQ(open()->add(query, item), KeychainStatus::duplicateItem);
+    EXPECT_EQ(open()->update(query, {.data = copyBytes("new")}), KeychainStatus::success);
+    EXPECT_EQ(open({{"HALVO_KEYCHAIN", "file"}})->copy(query, read), KeychainStatus::success);
+    EXPECT_EQ(read.data, copyBytes("new"));
+    EXPECT_THAT(open()->location(), testing::AllOf(testing::StartsWith("the keyring of this session"),
+                                                   testing::HasSubstr("halvo/keychain.json")));
+    outputOf("printf other | secret-tool store --label=Other service halvo.example account filed xdg:schema "
+             "com.tarnworks.Halvo");
+    EXPECT_EQ(open()->remove(query), KeychainStatus::success);
+    EXPECT_EQ(open()->exists(query), KeychainStatus::itemNotFound);
+    EXPECT_EQ(open()->remove(query), KeychainStatus::itemNotFound);
+}
+
 TEST_F(UnlockedKeyring, servesSeveralThreadsAtOnce) {
     const auto items = open();
     {
@@ -132,6 +152,10 @@ protected:
 
 TEST_F(LockedKeyring, withoutADesktopNobodyCanBeAsked) {
     expectEverywhere(*open(), KeychainStatus::interactionNotAllowed);
+    EXPECT_THAT(open()->message(KeychainStatus::interactionNotAllowed),
+                testing::HasSubstr("HALVO_KEYCHAIN=file"));
+    ASSERT_EQ(open({{"HALVO_KEYCHAIN", "file"}})->add(token, item), KeychainStatus::success);
+    EXPECT_EQ(open()->copy(token, read), KeychainStatus::success) << "the file needs no password";
 }
 
 TEST_F(LockedKeyring, withADesktopAPromptThatEndsWithoutAPasswordIsACancellation) {
@@ -160,7 +184,7 @@ protected:
         EXPECT_EQ(items.add(token, item), KeychainStatus::success);
         EXPECT_EQ(items.copy(token, read), KeychainStatus::success);
         EXPECT_TRUE(usesFile());
-        EXPECT_THAT(warnings, testing::IsEmpty());
+        EXPECT_THAT(warnings, testing::ElementsAre(testing::StartsWith("Secrets are kept unencrypted in ")));
     }
 };
 

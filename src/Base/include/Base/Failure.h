@@ -13,17 +13,23 @@ namespace halvo {
 /// never holds a secret.
 class Failure : public std::exception {
 public:
-    explicit Failure(std::string description) : text(std::move(description)) {}
+    explicit Failure(std::string description, std::string advice = {})
+        : text(std::move(description)), help(std::move(advice)) {}
 
     /// One sentence (sometimes several lines) that says what happened and to what.
     const std::string& description() const noexcept { return text; }
     const char* what() const noexcept override { return text.c_str(); }
+    /// A line beside the sentence, for standard error: more about what is wrong, or what helps. Often empty.
+    const std::string& advice() const noexcept { return help; }
+    void setAdvice(std::string advice) { help = std::move(advice); }
 
 private:
     std::string text;
+    std::string help;
 };
 
-/// The failures of one subsystem, each case a struct with its payload and its sentence:
+/// The failures of one subsystem, each case a struct with its payload, its sentence and perhaps an
+/// `advice()`:
 ///
 ///     struct ZipCases {
 ///         struct NoAppFound {
@@ -36,7 +42,15 @@ template<typename Cases>
 class FailureOf : public Failure, public Cases {
 public:
     explicit FailureOf(typename Cases::Case problem)
-        : Failure(std::visit([](const auto& one) { return one.description(); }, problem)),
+        : Failure(std::visit([](const auto& one) { return one.description(); }, problem),
+                  std::visit(
+                      [](const auto& one) -> std::string {
+                          if constexpr (requires { one.advice(); })
+                              return one.advice();
+                          else
+                              return {};
+                      },
+                      problem)),
           which(std::move(problem)) {}
 
     template<typename One>
@@ -62,5 +76,7 @@ class CancelledError {};
 
 /// The sentence of any exception: a Failure's description, else what the library said.
 std::string describe(const std::exception& error);
+/// Its advice, empty when it has none.
+std::string adviceOf(const std::exception& error);
 
 } // namespace halvo

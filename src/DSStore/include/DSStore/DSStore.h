@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <map>
+#include <ranges>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -20,8 +21,7 @@ namespace halvo {
 ///     store.write(folder / ".DS_Store");
 ///
 /// A plain value: copies are independent. Adding and looking up cost the same however many files there are.
-/// Everything that fails throws DSStore::Error and changes nothing. docs/formats/ds-store.md describes the
-/// format.
+/// Everything that fails throws DSStore::Error and changes nothing.
 class DSStore {
 public:
     using Error = dsstore::Error;
@@ -46,7 +46,8 @@ public:
     void write(const std::filesystem::path& path) const;
 
     // Records, in the order in which they were read or added.
-    std::vector<Record> records() const;
+    /// A view, valid until the store changes.
+    auto records() const { return std::views::values(entries); }
     std::vector<Record> records(const std::string& filename) const;
     std::set<std::string> filenames() const;
     std::size_t size() const { return entries.size(); }
@@ -74,7 +75,7 @@ public:
     std::optional<dsstore::IconPosition> iconPosition(const std::string& filename) const;
     /// Coordinates from 0 to 4294967295.
     void setIconPosition(const std::string& filename, std::int64_t x, std::int64_t y);
-    /// The first placement that fails ends it; those before it stay.
+    /// All of them or, when one does not fit, none.
     void setIconPositions(const std::vector<dsstore::IconPlacement>& placements);
     void setIconPositions(const std::map<std::string, dsstore::IconPosition>& positions);
 
@@ -89,7 +90,8 @@ public:
     /// would follow that one.
     void setBackgroundPicture(Bytes aliasData);
 
-    // Setting replaces the whole property list: keys that the structure does not name are gone.
+    // Setting replaces the whole property list. What was read carries along the entries that the structure
+    // does not name, so to read, change and set keeps them.
     std::optional<dsstore::WindowSettings> windowSettings() const;
     void setWindowSettings(const dsstore::WindowSettings& settings);
     std::optional<dsstore::IconViewSettings> iconViewSettings() const;

@@ -2,10 +2,9 @@
 
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include <nlohmann/json_fwd.hpp>
 
 namespace halvo::dsstore {
 
@@ -30,9 +29,18 @@ struct FourCC {
     constexpr auto operator<=>(const FourCC&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
-/// An object with the one key `rawValue`.
-void to_json(nlohmann::json& json, const FourCC& code);
-/// Throws nlohmann::json::exception when the key is missing or no number of 32 bits.
-void from_json(const nlohmann::json& json, FourCC& code);
+/// In JSON (of nlohmann's library, which this header does without) an object with the one key `rawValue`.
+template<typename JSON>
+void to_json(JSON& json, FourCC code) {
+    json["rawValue"] = code.rawValue;
+}
+/// Throws the library's failure, and std::out_of_range for a number that is not of 32 bits.
+template<typename JSON>
+void from_json(const JSON& json, FourCC& code) {
+    const auto number = json.at("rawValue").template get<std::int64_t>();
+    if (number < 0 || number > UINT32_MAX)
+        throw std::out_of_range("rawValue must be a number of 32 bits");
+    code.rawValue = static_cast<std::uint32_t>(number);
+}
 
 } // namespace halvo::dsstore

@@ -2,7 +2,7 @@
 
 #include <DSStore/FourCC.h>
 
-#include <Platform/PropertyList.h>
+#include <Base/PropertyList.h>
 
 #include <chrono>
 #include <variant>

@@ -69,7 +69,9 @@ struct WindowFrame {
 };
 
 // The settings below are property lists. A field that is absent has no key in the dictionary; a key whose
-// value is of another kind reads as absent. Numbers are read from either form, whole or fractional.
+// value is of another kind reads as absent. Numbers are read from either form, whole or fractional. `others`
+// are the entries that no field holds, such as the alias of a background picture: what was read is written
+// again.
 
 /// The window itself ("bwsp").
 struct WindowSettings {
@@ -82,6 +84,7 @@ struct WindowSettings {
     std::optional<std::string> viewStyle{};
     std::optional<std::string> targetURL{};
     std::vector<std::string> targetPath{}; ///< no key when empty
+    PropertyListDictionary others{};
 
     std::optional<WindowFrame> windowBoundsValue() const;
     void setWindowBoundsValue(const std::optional<WindowFrame>& frame);
@@ -109,6 +112,7 @@ struct IconViewSettings {
     std::optional<double> backgroundColorRed{};   ///< 0 to 1, like the two that follow
     std::optional<double> backgroundColorGreen{};
     std::optional<double> backgroundColorBlue{};
+    PropertyListDictionary others{};
 
     static IconViewSettings fromDictionary(const PropertyListDictionary& dictionary);
     PropertyListDictionary dictionary() const;
@@ -127,6 +131,7 @@ struct ListViewSettings {
     std::optional<std::int64_t> viewOptionsVersion{};
     std::optional<std::string> sortColumn{};
     std::optional<PlistValue> columns{}; ///< kept as it stands
+    PropertyListDictionary others{};
 
     static ListViewSettings fromDictionary(const PropertyListDictionary& dictionary);
     PropertyListDictionary dictionary() const;

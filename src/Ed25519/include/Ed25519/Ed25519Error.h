@@ -8,24 +8,20 @@
 namespace halvo {
 
 /// A key that is none, or a signature that could not be made.
-class Ed25519Error : public Failure {
-public:
+struct Ed25519ErrorCases {
     /// Raw bytes of a length that no key has.
     struct InvalidKeyLength {
         std::int64_t length = 0;
-        bool operator==(const InvalidKeyLength&) const = default;
+        std::string description() const {
+            return "A key of " + std::to_string(length) +
+                   " bytes is not an Ed25519 key: a private key has 32 or 96 bytes, a public key 32.";
+        }
     };
     struct SigningFailed {
-        bool operator==(const SigningFailed&) const = default;
+        std::string description() const { return "The message could not be signed."; }
     };
     using Case = std::variant<InvalidKeyLength, SigningFailed>;
-
-    explicit Ed25519Error(Case which) : Failure(describe(which)), which(which) {}
-
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using Ed25519Error = FailureOf<Ed25519ErrorCases>;
 
 } // namespace halvo

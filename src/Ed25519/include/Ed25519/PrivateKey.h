@@ -12,8 +12,6 @@
 #include <string>
 #include <variant>
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace halvo {
 
 /// Overwrites memory that held a secret; no compiler leaves this out.
@@ -86,16 +84,3 @@ private:
 };
 
 } // namespace halvo
-
-template<>
-struct std::hash<halvo::PrivateKey> {
-    std::size_t operator()(const halvo::PrivateKey& key) const noexcept;
-};
-
-/// In JSON a key is one text, the base64 of its raw bytes.
-template<>
-struct nlohmann::adl_serializer<halvo::PrivateKey, void> {
-    static void to_json(json& value, const halvo::PrivateKey& key);
-    /// Throws Ed25519Error for bytes of another length, nlohmann's type error for what is no base64 text.
-    static halvo::PrivateKey from_json(const json& value);
-};

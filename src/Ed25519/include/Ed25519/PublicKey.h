@@ -4,10 +4,7 @@
 
 #include <array>
 #include <compare>
-#include <functional>
 #include <string>
-
-#include <nlohmann/json_fwd.hpp>
 
 namespace halvo {
 
@@ -38,16 +35,3 @@ private:
 };
 
 } // namespace halvo
-
-template<>
-struct std::hash<halvo::PublicKey> {
-    std::size_t operator()(const halvo::PublicKey& key) const noexcept;
-};
-
-/// In JSON a key is one text, the base64 of its raw bytes.
-template<>
-struct nlohmann::adl_serializer<halvo::PublicKey, void> {
-    static void to_json(json& value, const halvo::PublicKey& key);
-    /// Throws Ed25519Error for bytes of another length, nlohmann's type error for what is no base64 text.
-    static halvo::PublicKey from_json(const json& value);
-};

@@ -108,7 +108,8 @@ public:
 
 private:
     static void report(const std::exception& error, const Services& services, const OutputContext& context) {
-        const CLIError report = reportOf(error);
+        CLIError report = reportOf(error);
+        report.setAdvice(adviceOf(error));
         context.emit(report);
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);

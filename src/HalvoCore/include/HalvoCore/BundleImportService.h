@@ -9,22 +9,23 @@ namespace halvo {
 /// Tells what the user handed over and reads the metadata of the app in it.
 class BundleImportService {
 public:
-    class ImportError : public Failure {
-    public:
+    struct ImportErrorCases {
         struct UnsupportedFormat {
             std::string extension{};
+            std::string description() const { return "Unsupported format: " + extension; }
         };
         struct AppNotFoundInArchive {
             URL url{};
+            std::string description() const {
+                return "No app found in archive at " + url.filePath().string();
+            }
         };
-        struct InvalidBundle {};
+        struct InvalidBundle {
+            std::string description() const { return "Invalid app bundle"; }
+        };
         using Case = std::variant<UnsupportedFormat, AppNotFoundInArchive, InvalidBundle>;
-        explicit ImportError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
-        Case which;
-
-    private:
-        static std::string describe(const Case& which);
     };
+    using ImportError = FailureOf<ImportErrorCases>;
 
     BundleImportService(const ZipService& zipService, const DMGService& dmgService)
         : zipService(zipService), dmgService(dmgService) {}

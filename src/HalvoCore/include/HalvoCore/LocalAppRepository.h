@@ -18,7 +18,7 @@ public:
     explicit LocalAppRepository(StorageControllerProtocol& storage, FetchReleases fetchReleases = {})
         : storage(storage), fetchReleases(std::move(fetchReleases)) {}
 
-    /// As stored, without releases.
+    /// As stored, without releases. A record that cannot be read is left out here, and stays in the store.
     std::vector<LocalApp> listStored();
     std::optional<LocalApp> fetchStored(const std::string& bundleIdentifier);
 
@@ -31,7 +31,7 @@ public:
     void remove(const LocalApp& app) override;
 
 private:
-    void store(const std::vector<LocalApp>& apps);
+    void changeRecords(const std::function<void(nlohmann::json& records)>& edit);
 
     StorageControllerProtocol& storage;
     FetchReleases fetchReleases;

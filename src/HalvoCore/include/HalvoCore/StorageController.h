@@ -19,6 +19,8 @@ public:
     virtual void set(const nlohmann::json& value, const std::string& key) = 0;
     virtual std::optional<nlohmann::json> get(const std::string& key) = 0;
     virtual void remove(const std::string& key) = 0;
+    /// Reads, edits and writes in one step; null stands for a key that is not there.
+    virtual void change(const std::string& key, const UserDefaults::Edit& edit) = 0;
 
     // Setting an absent value removes the key.
     std::optional<ReleaseSettings> getReleaseSettings(const std::string& bundleIdentifier);
@@ -43,6 +45,7 @@ public:
     void set(const nlohmann::json& value, const std::string& key) override;
     std::optional<nlohmann::json> get(const std::string& key) override;
     void remove(const std::string& key) override;
+    void change(const std::string& key, const UserDefaults::Edit& edit) override;
 
 private:
     UserDefaults& defaults;

@@ -15,21 +15,23 @@ namespace halvo {
 /// Packs apps into ZIP archives, and reads the metadata of the app inside one.
 class ZipService {
 public:
-    class ZipError : public Failure {
-    public:
+    struct ZipErrorCases {
         struct ExtractionFailed {
             std::string text{};
+            std::string description() const { return "Failed to extract ZIP: " + text; }
         };
-        struct InvalidApplicationURL {};
-        struct NoAppFound {};
-        struct InvalidBundle {};
+        struct InvalidApplicationURL {
+            std::string description() const { return "Invalid application URL"; }
+        };
+        struct NoAppFound {
+            std::string description() const { return "No .app bundle found in ZIP"; }
+        };
+        struct InvalidBundle {
+            std::string description() const { return "Invalid app bundle in ZIP"; }
+        };
         using Case = std::variant<ExtractionFailed, InvalidApplicationURL, NoAppFound, InvalidBundle>;
-        explicit ZipError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
-        Case which;
-
-    private:
-        static std::string describe(const Case& which);
     };
+    using ZipError = FailureOf<ZipErrorCases>;
 
     /// Bytes packed, of how many.
     using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
@@ -42,9 +44,9 @@ public:
     /// what packing throws (ZIPError, FileError).
     URL zip(const URL& applicationURL, const Progress& progress = {}) const;
 
-    /// Reads the first app at the top of the archive. Only what that needs is unpacked. `url` of the result
-    /// points to a place that is gone; `appIcon` is a copy that the caller removes. Throws ZipError and
-    /// BundleInfoError.
+    /// Reads the first app at the top of the archive. Only what that needs is read, and only its names are
+    /// judged. `url` of the result points to a place that is gone; `appIcon` is a copy that the caller
+    /// removes. Throws ZipError and BundleInfoError.
     BundleInfo extractBundleInfo(const URL& zipURL) const;
 
 private:

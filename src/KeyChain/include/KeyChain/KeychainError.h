@@ -12,59 +12,63 @@ namespace halvo {
 ///
 /// Only ItemNotFound means that nothing is stored. AuthenticationFailed, UserCanceled and
 /// InteractionNotAllowed mean that something is there which cannot be had now.
-class KeychainError : public Failure {
-public:
+struct KeychainErrorCases {
     struct ItemNotFound {
         std::string account{};
-        bool operator==(const ItemNotFound&) const = default;
+        std::string description() const { return "No item for " + account + " in the keychain."; }
     };
     struct ItemAlreadyExists {
         std::string account{};
-        bool operator==(const ItemAlreadyExists&) const = default;
+        std::string description() const {
+            return "An item for " + account + " already exists in the keychain.";
+        }
     };
-    struct UnableToStoreItem {
+    /// A status that has no case of its own, with the keychain's sentence for it, which may be empty.
+    struct Status {
         std::int32_t status = 0;
-        bool operator==(const UnableToStoreItem&) const = default;
+        std::string message{};
+        std::string description() const { return message + " (OSStatus " + std::to_string(status) + ")"; }
     };
-    struct UnableToUpdateItem {
-        std::int32_t status = 0;
-        bool operator==(const UnableToUpdateItem&) const = default;
+    struct UnableToStoreItem : Status {
+        std::string description() const {
+            return "Couldn't save the item to the keychain. " + Status::description();
+        }
     };
-    struct UnknownKeychainError {
-        std::int32_t status = 0;
-        bool operator==(const UnknownKeychainError&) const = default;
+    struct UnableToUpdateItem : Status {
+        std::string description() const {
+            return "Couldn't update the keychain item. " + Status::description();
+        }
     };
+    struct UnknownKeychainError : Status {};
     struct AuthenticationFailed {
-        bool operator==(const AuthenticationFailed&) const = default;
+        std::string description() const {
+            return "Keychain access was denied. Try again and allow access when macOS asks.";
+        }
     };
     struct UserCanceled {
-        bool operator==(const UserCanceled&) const = default;
+        std::string description() const {
+            return "Keychain access was canceled. Try again and allow access when macOS asks.";
+        }
     };
     struct InteractionNotAllowed {
-        bool operator==(const InteractionNotAllowed&) const = default;
+        std::string cause{}; ///< where the keychain is not that of macOS
+        std::string description() const {
+            if (!cause.empty())
+                return cause;
+            return "macOS can't show the keychain prompt right now. Unlock your Mac and try again from a "
+                   "logged-in desktop session.";
+        }
     };
     struct UnableToDecodeData {
-        bool operator==(const UnableToDecodeData&) const = default;
+        std::string description() const { return "The keychain item contains data that can't be read."; }
     };
     struct InvalidBase64Encoding {
-        bool operator==(const InvalidBase64Encoding&) const = default;
+        std::string description() const { return "The key isn't valid base64."; }
     };
     using Case = std::variant<ItemNotFound, ItemAlreadyExists, UnableToStoreItem, UnableToUpdateItem,
                               UnknownKeychainError, AuthenticationFailed, UserCanceled, InteractionNotAllowed,
                               UnableToDecodeData, InvalidBase64Encoding>;
-
-    /// `systemMessage` is the keychain's own sentence for the status of a case that has one; it may be empty.
-    explicit KeychainError(Case which, const std::string& systemMessage = "");
-
-    template<typename Type>
-    bool is() const {
-        return std::holds_alternative<Type>(which);
-    }
-
-    Case which;
-
-private:
-    static std::string describe(const Case& which, const std::string& systemMessage);
 };
+using KeychainError = FailureOf<KeychainErrorCases>;
 
 } // namespace halvo

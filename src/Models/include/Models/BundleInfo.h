@@ -15,41 +15,44 @@ namespace halvo {
 class Bundle;
 
 /// An Info.plist that lacks what a release needs.
-class BundleInfoError : public Failure {
-public:
-    /// CFBundleVersion is no integer.
+struct BundleInfoErrorCases {
+    /// CFBundleVersion is not an integer.
     struct InvalidVersion {
-        std::string rawValue;
-        bool operator==(const InvalidVersion&) const = default;
+        std::string rawValue{};
+        std::string description() const {
+            return "CFBundleVersion is \"" + rawValue +
+                   "\", but Halvo currently requires an integer build number. Set CURRENT_PROJECT_VERSION to "
+                   "an integer (e.g. 42) and keep your marketing version (e.g. 1.2.3) in "
+                   "CFBundleShortVersionString.";
+        }
     };
+    /// The file is missing, or cannot be read as a dictionary.
     struct NoInfoDictionary {
-        bool operator==(const NoInfoDictionary&) const = default;
+        std::string reason{}; ///< empty when there is no file
+        std::string description() const { return "Bundle does not contain an Info.plist"; }
+        std::string advice() const {
+            return reason.empty() ? "" : "Contents/Info.plist is there but cannot be read. " + reason;
+        }
     };
     struct NoName {
-        bool operator==(const NoName&) const = default;
+        std::string description() const { return "Missing CFBundleName in Info.plist"; }
     };
     struct NoIdentifer {
-        bool operator==(const NoIdentifer&) const = default;
+        std::string description() const { return "Missing CFBundleIdentifier in Info.plist"; }
     };
     struct NoVersion {
-        bool operator==(const NoVersion&) const = default;
+        std::string description() const { return "Missing CFBundleVersion in Info.plist"; }
     };
     struct NoVersionString {
-        bool operator==(const NoVersionString&) const = default;
+        std::string description() const { return "Missing CFBundleShortVersionString in Info.plist"; }
     };
     struct NoMinimumSystemVersion {
-        bool operator==(const NoMinimumSystemVersion&) const = default;
+        std::string description() const { return "Missing LSMinimumSystemVersion in Info.plist"; }
     };
     using Case = std::variant<InvalidVersion, NoInfoDictionary, NoName, NoIdentifer, NoVersion,
                               NoVersionString, NoMinimumSystemVersion>;
-
-    explicit BundleInfoError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
-
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using BundleInfoError = FailureOf<BundleInfoErrorCases>;
 
 /// The metadata of one application bundle, as its `Contents/Info.plist` has it.
 struct BundleInfo {

@@ -28,6 +28,7 @@ public:
     KeychainStatus update(const KeychainQuery& query, const KeychainItem& item) override;
     KeychainStatus remove(const KeychainQuery& query) override;
     std::string message(KeychainStatus status) const override;
+    std::string location() const override;
 
 private:
     std::unique_ptr<const LockedJSONFile> file;

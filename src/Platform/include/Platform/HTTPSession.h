@@ -29,7 +29,12 @@ struct HTTPRequest {
     std::vector<HTTPHeader> headers{};
     ByteView body{};      ///< borrowed; streamed from where it lies, never copied
     bool hasBody = false; ///< true for an empty body too: then `Content-Length: 0` is sent
-    std::chrono::milliseconds timeLimit{60'000};            ///< for the whole exchange
+    /// For the whole exchange; but a body of `largeBody` bytes or more may take as long as it needs while it
+    /// moves, and then the answer to it is waited for so long.
+    std::chrono::milliseconds timeLimit{60'000};
+    /// How long a large body may stand still: no byte taken over by the server, as far as the system knows.
+    std::chrono::milliseconds silenceLimit{60'000};
+    static constexpr std::size_t largeBody = std::size_t{1} << 20;
     std::uint64_t responseLimit = std::uint64_t{256} << 20; ///< bytes of body that are taken before giving up
     TransferProgress progress{};
 };
@@ -51,7 +56,7 @@ public:
         invalidRequest,   ///< the URL or its scheme cannot be used
         cannotConnect,    ///< no such host, refused, unreachable
         connectionLost,   ///< cut or reset while sending or receiving
-        timedOut,         ///< the time limit passed
+        timedOut,         ///< the time limit passed, or a large body stood still
         insecure,         ///< TLS failed: certificate, host name, protocol
         responseTooLarge, ///< the body outgrew `responseLimit`
         notHTTP,          ///< what came back is no HTTP response
@@ -73,8 +78,8 @@ public:
 };
 
 /// The session of this system (libcurl), whose library is opened with the first request. Certificates are
-/// checked against the system's authorities, or against those in `authorities`, a PEM file, when one is
-/// named.
+/// checked against the system's authorities or, when `authorities` names a PEM file, against those in it
+/// alone.
 std::unique_ptr<HTTPSession> makeSystemHTTPSession(const std::filesystem::path& authorities = {});
 
 } // namespace halvo

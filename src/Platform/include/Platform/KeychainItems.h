@@ -74,11 +74,14 @@ public:
     virtual KeychainStatus remove(const KeychainQuery& query) = 0;
     /// The system's sentence for a status, empty when it has none.
     virtual std::string message(KeychainStatus status) const = 0;
+    /// Where secrets lie, in words for the user.
+    virtual std::string location() const = 0;
 };
 
-/// The keychain of this system. On Linux: the Secret Service, where the session has one that answers;
-/// otherwise, or with `HALVO_KEYCHAIN=file`, the file `halvo/keychain.json` in the user's data folder. The
-/// choice is made, and its libraries are opened, with the first operation. Cancellation ends a wait for the
+/// The keychain of this system. On Linux: the Secret Service, where the session has one that answers, and the
+/// file `halvo/keychain.json` in the user's data folder. New items go to the service, or to the file where
+/// there is no service; the first one in a file is told to `warn`. With `HALVO_KEYCHAIN=file` the file is all
+/// there is. The service's libraries are opened with the first operation. Cancellation ends a wait for the
 /// user.
 std::unique_ptr<KeychainItems> makeSystemKeychainItems(const Environment& environment,
                                                        const std::filesystem::path& homeDirectory,

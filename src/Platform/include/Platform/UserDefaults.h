@@ -7,6 +7,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,18 +22,23 @@ public:
     virtual ~UserDefaults() = default;
     /// The value of a key, absent when there is none. Throws FileError when the store cannot be read.
     virtual std::optional<nlohmann::json> value(const std::string& key) = 0;
-    /// Throws FileError when the store cannot be written, and Failure when a text in `value` is not UTF-8.
-    virtual void set(const std::string& key, const nlohmann::json& value) = 0;
+    /// Changes the value of a key in place; null stands for a key that is not there.
+    using Edit = std::function<void(nlohmann::json& value)>;
+    /// Reads, edits and writes in one step: nobody else changes a value meanwhile. Throws FileError when the
+    /// store cannot be written, and Failure when a text in the value is not UTF-8; then nothing has changed.
+    virtual void change(const std::string& key, const Edit& edit) = 0;
+
+    void set(const std::string& key, const nlohmann::json& value);
     /// Removing what is not there is no failure.
-    virtual void remove(const std::string& key) = 0;
+    void remove(const std::string& key);
 };
 
 /// A store in one file: a JSON object from key to value, mode 0600, in a folder that is made with mode 0700
 /// when it is missing. Usable from several threads and processes at once; none loses the key of another.
 ///
-/// `set` and `remove` take a lock on the neighbouring file `<name>.lock`, read afresh, change the one key and
-/// replace the file atomically. A file that is not a JSON object is moved aside to `<name>.damaged-<time>`
-/// with a warning, never overwritten.
+/// A change takes a lock on the neighbouring file `<name>.lock`, reads afresh, edits the one key and replaces
+/// the file atomically; a symbolic link stays, and what it leads to is replaced. A file that is not a JSON
+/// object is moved aside to `<name>.damaged-<time>` with a warning, never overwritten.
 class FileUserDefaults final : public UserDefaults {
 public:
     /// `clock` names the files that are moved aside.
@@ -40,8 +46,7 @@ public:
     ~FileUserDefaults() override;
 
     std::optional<nlohmann::json> value(const std::string& key) override;
-    void set(const std::string& key, const nlohmann::json& value) override;
-    void remove(const std::string& key) override;
+    void change(const std::string& key, const Edit& edit) override;
 
 private:
     std::unique_ptr<const LockedJSONFile> file;

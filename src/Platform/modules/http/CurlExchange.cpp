@@ -8,16 +8,19 @@
 #include <cstdio>
 #include <cstring>
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/select.h>
+
 namespace halvo {
 namespace {
 
 constexpr std::chrono::milliseconds connectLimit{30'000};
 constexpr long uploadBufferSize = 512L * 1024;
-constexpr std::size_t askFirstFrom = std::size_t{1} << 20;
 /// How long an upload waits for the answer to its question; no stall to speak of beside what is sent then.
 constexpr long askPatienceMilliseconds = 300;
 /// How long one wait lasts when nothing happens; cancellation and time limits end it earlier.
-constexpr int longestWait = 1000;
+constexpr std::chrono::milliseconds longestWait{1000};
 
 [[noreturn]] void refuse(const std::string& description) {
     throw HTTPError(HTTPError::Kind::invalidRequest, description);
@@ -66,6 +69,31 @@ bool isBroken(CURLcode code) {
     return code == CURLE_SEND_ERROR || code == CURLE_RECV_ERROR || code == CURLE_PARTIAL_FILE;
 }
 
+std::string secondsText(std::chrono::milliseconds time) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.4g", static_cast<double>(time.count()) / 1000);
+    return text;
+}
+
+/// What the system has not got rid of yet, on the sockets of the transfer. libcurl names a transfer's socket
+/// only when it is over (CURLINFO_ACTIVESOCKET), but here it has to say what it waits for.
+int bytesInSendBuffers(CURLM* multi) {
+    fd_set reading, writing, failing;
+    FD_ZERO(&reading);
+    FD_ZERO(&writing);
+    FD_ZERO(&failing);
+    int last = -1;
+    curl_multi_fdset(multi, &reading, &writing, &failing, &last);
+    int sum = 0;
+    for (int socket = 0; socket <= last; ++socket) {
+        int waiting = 0;
+        if ((FD_ISSET(socket, &reading) || FD_ISSET(socket, &writing)) &&
+            ::ioctl(socket, SIOCOUTQ, &waiting) == 0)
+            sum += waiting;
+    }
+    return sum;
+}
+
 template<typename Value>
 void set(CURL* easy, CURLoption option, Value value) {
     if (curl_easy_setopt(easy, option, value) != CURLE_OK)
@@ -101,13 +129,17 @@ void CurlExchange::configure() {
     set(easy, CURLOPT_FOLLOWLOCATION, 0L);
     set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-    if (!authorities.empty())
+    if (!authorities.empty()) {
         set(easy, CURLOPT_CAINFO, authorities.c_str());
+        set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr)); // or the system's would count as well
+    }
     set(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
     set(easy, CURLOPT_ACCEPT_ENCODING, "");
     set(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     set(easy, CURLOPT_TCP_KEEPALIVE, 1L);
-    set(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(request.timeLimit.count(), 1)));
+    if (!sendsLargeBody()) // the others are watched in transfer()
+        set(easy, CURLOPT_TIMEOUT_MS,
+            static_cast<long>(std::max<std::int64_t>(request.timeLimit.count(), 1)));
     set(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(connectLimit.count()));
 #if LIBCURL_VERSION_NUM >= 0x075700
     set(easy, CURLOPT_QUICK_EXIT, 1L); // a name look-up that was given up is not waited for
@@ -176,9 +208,7 @@ void CurlExchange::configureHeaders() {
 /// A server that refuses an upload and closes while we still send takes its answer with it under TLS. One
 /// that is asked first ("Expect: 100-continue") refuses before anything was sent; a server that does not know
 /// this costs the wait.
-bool CurlExchange::asksBeforeBody() const {
-    return authority.scheme == "https" && request.body.size() >= askFirstFrom;
-}
+bool CurlExchange::asksBeforeBody() const { return authority.scheme == "https" && sendsLargeBody(); }
 
 HTTPResponse CurlExchange::run(const std::stop_token& cancellation) {
     const CURLcode code = transfer(cancellation);
@@ -205,6 +235,8 @@ CURLcode CurlExchange::transfer(const std::stop_token& cancellation) {
     const auto takeOut = [multi](CURL* handle) { curl_multi_remove_handle(multi, handle); };
     const std::unique_ptr<CURL, decltype(takeOut)> added(easy, takeOut);
     const std::stop_callback wakeUp(cancellation, [multi] { curl_multi_wakeup(multi); });
+    movement = {};
+    lastMovement = std::chrono::steady_clock::now();
 
     for (;;) {
         if (cancellation.stop_requested())
@@ -215,11 +247,44 @@ CURLcode CurlExchange::transfer(const std::stop_token& cancellation) {
         while (const CURLMsg* done = curl_multi_info_read(multi, &queued))
             if (done->msg == CURLMSG_DONE && done->easy_handle == easy)
                 return done->data.result;
+        const std::chrono::milliseconds left = patience();
         if (performed != CURLM_OK || running == 0 ||
-            curl_multi_poll(multi, nullptr, 0, longestWait, nullptr) != CURLM_OK)
+            curl_multi_poll(multi, nullptr, 0, static_cast<int>(left.count()), nullptr) != CURLM_OK)
             throw HTTPError(HTTPError::Kind::other,
                             "libcurl failed in a transfer with " + authority.host + ".");
     }
+}
+
+/// How long to wait for something to happen. Throws HTTPError when a large body has stood still for too long.
+/// What libcurl gave to the system may still lie in its send buffer, megabytes of it: only that this drains
+/// shows that the server takes bytes, so a slow line counts as moving and a dead one does not.
+std::chrono::milliseconds CurlExchange::patience() {
+    using std::chrono::steady_clock;
+    if (!sendsLargeBody())
+        return longestWait;
+    CURL* easy = connections.easy.get();
+    Movement now{.waiting = bytesInSendBuffers(connections.multi.get())};
+    curl_easy_getinfo(easy, CURLINFO_SIZE_UPLOAD_T, &now.sent);
+    curl_easy_getinfo(easy, CURLINFO_SIZE_DOWNLOAD_T, &now.received);
+    if (now != movement)
+        lastMovement = steady_clock::now();
+    movement = now;
+    const bool isAllTaken = static_cast<std::uint64_t>(now.sent) >= request.body.size() && now.waiting == 0;
+    const auto limit = isAllTaken ? request.timeLimit : request.silenceLimit;
+    const auto stood =
+        std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - lastMovement);
+    if (stood >= limit)
+        throw HTTPError(HTTPError::Kind::timedOut, isAllTaken ? unfinished(limit)
+                                                              : "The connection to " + authority.host +
+                                                                    " has taken no data for " +
+                                                                    secondsText(limit) + " seconds.");
+    // A buffer that drains wakes nobody up, so it is looked at often enough.
+    return std::clamp(limit / 4, std::chrono::milliseconds(1), longestWait);
+}
+
+std::string CurlExchange::unfinished(std::chrono::milliseconds limit) const {
+    return "The request to " + authority.host + " was not finished within " + secondsText(limit) +
+           " seconds.";
 }
 
 /// A server that refuses an upload may answer and close before it has read it all. The answer is what counts
@@ -245,15 +310,12 @@ void CurlExchange::fail(CURLcode code) {
         curl_easy_getinfo(connections.easy.get(), CURLINFO_TOTAL_TIME_T, &elapsed);
         // libcurl's timers may fire a little early: only a clear difference tells which limit it was.
         constexpr std::chrono::milliseconds slack{50};
-        if (std::chrono::microseconds(elapsed) + slack < request.timeLimit)
+        if (sendsLargeBody() || std::chrono::microseconds(elapsed) + slack < request.timeLimit)
             throw HTTPError(HTTPError::Kind::cannotConnect,
                             "Could not connect to " + authority.host + " port " + authority.port +
                                 ": no answer within " + std::to_string(connectLimit.count() / 1000) +
                                 " seconds");
-        char seconds[32];
-        std::snprintf(seconds, sizeof seconds, "%.4g", static_cast<double>(request.timeLimit.count()) / 1000);
-        throw HTTPError(HTTPError::Kind::timedOut, "The request to " + authority.host +
-                                                       " was not finished within " + seconds + " seconds.");
+        throw HTTPError(HTTPError::Kind::timedOut, unfinished(request.timeLimit));
     }
     long systemCode = 0;
     curl_easy_getinfo(connections.easy.get(), CURLINFO_OS_ERRNO, &systemCode);

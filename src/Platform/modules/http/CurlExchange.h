@@ -31,7 +31,10 @@ private:
     static constexpr std::size_t maximumHeaderSize = std::size_t{1} << 20;
 
     bool sendsBody() const { return request.hasBody || !request.body.empty(); }
+    bool sendsLargeBody() const { return request.body.size() >= HTTPRequest::largeBody; }
     bool asksBeforeBody() const;
+    std::chrono::milliseconds patience();
+    std::string unfinished(std::chrono::milliseconds limit) const;
     void configure();
     void configureHeaders();
     void configureBody();
@@ -49,6 +52,14 @@ private:
     static std::size_t receiveBody(char* piece, std::size_t size, std::size_t count, void* self);
     static int transferInfo(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent);
 
+    /// What changes while a transfer moves.
+    struct Movement {
+        int waiting = 0;     ///< in the system's send buffer
+        curl_off_t sent = 0; ///< given to the system
+        curl_off_t received = 0;
+        bool operator==(const Movement&) const = default;
+    };
+
     CurlConnections& connections;
     const HTTPRequest& request;
     const std::string& authorities;
@@ -57,6 +68,8 @@ private:
     HTTPResponse response;
     ByteView unsent;
     std::uint64_t reported = 0;
+    Movement movement;
+    std::chrono::steady_clock::time_point lastMovement{};
     std::size_t headerSize = 0;
     bool headerComplete = false; ///< the final response's header, not an interim one's
     bool bodyTooLarge = false;

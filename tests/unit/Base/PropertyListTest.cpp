@@ -1,4 +1,4 @@
-#include <Platform/PropertyList.h>
+#include <Base/PropertyList.h>
 
 #include <Base/Base64.h>
 #include <Base/BinaryWriter.h>
@@ -123,11 +123,11 @@ TEST(PropertyList, writesWhatHasNoOrdinaryForm) {
     EXPECT_EQ(PropertyList::parse(uid.binary()), uid);
     EXPECT_EQ(PropertyList::parse(uid.xml()), (PropertyListArray{PropertyListDictionary{{"CF$UID", 3}},
                                                                  PropertyListDictionary{{"CF$UID", 70000}}}));
-    EXPECT_EQ(PropertyList::parse(PropertyList("a\r\nb").xml()), PropertyList("a\r\nb"));
+    EXPECT_EQ(PropertyList::parse(PropertyList("a\r\nb\x1b").xml()), PropertyList("a\r\nb\x1b"));
 }
 
 TEST(PropertyList, refusesToWriteWhatTheFormCannotHold) {
-    for (const char* text : {"\x1b", "\x01", "a\xff", "\xef\xbf\xbf"}) {
+    for (const std::string& text : {std::string(1, '\0'), std::string("a\xff")}) {
         EXPECT_THROW((void)PropertyList(text).xml(), PropertyListError) << text;
         EXPECT_THROW((void)PropertyList(PropertyListDictionary{{text, 1}}).xml(), PropertyListError) << text;
     }
@@ -138,20 +138,23 @@ TEST(PropertyList, refusesToWriteWhatTheFormCannotHold) {
 
 TEST(XMLValue, isRead) {
     const struct {
-        const char* name;
         const char* body;
         PropertyList expected;
-    } cases[] = {{"hexadecimal", "<integer>0x1F</integer>", 31},
-                 {"unsignedOnly", "<integer>9223372036854775808</integer>",
-                  PropertyListUnsigned{9223372036854775808u}},
-                 {"blanksStay", "<string> a\n b </string>", " a\n b "},
-                 {"cdataAndComment", "<string>a<![CDATA[<b>]]><!-- c -->d</string>", "a<b>d"},
-                 {"references", "<string>&amp;&#233;&#x1F600;</string>", "&\u00e9\U0001F600"},
-                 {"brokenBase64Lines", "<data>\n\tAQ\n\tID\n</data>", Bytes({1, 2, 3})},
-                 {"lastKeyCounts", "<dict><key>a</key><true/><key>a</key><false/></dict>",
-                  PropertyListDictionary{{"a", false}}}};
+    } cases[] = {
+        {"<integer>0x1F</integer>", 31},
+        {"<integer>9223372036854775808</integer>", PropertyListUnsigned{9223372036854775808u}},
+        {"<string> a\n b </string>", " a\n b "},
+        {"<string>a<![CDATA[<b>]]><!-- c -->d</string>", "a<b>d"},
+        {"<string>&amp;&#233;&#x1F600;</string>", "&\u00e9\U0001F600"},
+        {"<data>\n\tAQ\n\tID\n</data>", Bytes({1, 2, 3})},
+        {"<string>a\x0B&#27;</string>", "a\x0B\x1b"},
+        {"<? *** a list ><?><!-- a -- b --><true/>", true},
+        {"<string a=\"b\" >c</string >", "c"},
+        {"<array><key>a</key></array>", PropertyListArray{"a"}},
+        {"<true></true>", true},
+        {"<dict><key>a</key><true/><key>a</key><false/></dict>", PropertyListDictionary{{"a", false}}}};
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(&row - cases);
         EXPECT_EQ(parseXML(row.body), row.expected);
     }
 }
@@ -164,14 +167,6 @@ TEST(PropertyList, readsEveryEncodingThatXMLDeclares) {
     for (const char character : std::string("<plist><true/></plist>"))
         wide += {character, '\0'};
     EXPECT_EQ(parse(wide), PropertyList(true));
-}
-
-TEST(PropertyList, printsNothingAboutDamagedText) {
-    testing::internal::CaptureStderr();
-    const std::string text =
-        problem("<?xml version='1.0' encoding='EUC-JP'?><plist><string>\xff\xff</string></plist>");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_THAT(text, testing::HasSubstr("damaged"));
 }
 
 std::string repeated(const std::string& text, std::size_t count) {
@@ -234,49 +229,50 @@ TEST(BinaryPropertyList, readsHandMadeObjects) {
 
 TEST(Refusal, saysWhy) {
     const struct {
-        const char* name;
         std::string input;
         const char* says;
-    } cases[] = {
-        {"empty", "", "is empty"},
-        {"json", "{\"a\": 1}", "JSON are not read"},
-        {"oldText", "{ a = 1; }", "Old text property lists"},
-        {"noValue", "<plist></plist>", "holds no value"},
-        {"twoValues", "<plist><true/><true/></plist>", "more than one value"},
-        {"innerPlist", "<plist><plist><true/></plist></plist>", "unknown element \"plist\""},
-        {"keyWithoutValue", "<plist><dict><key>a</key></dict></plist>", "\"a\" has no value"},
-        {"valueWithoutKey", "<plist><dict><true/></dict></plist>", "has no key"},
-        {"keyInArray", "<plist><array><key>a</key></array></plist>", "outside of a dictionary"},
-        {"looseText", "<plist><dict>x</dict></plist>", "outside of a value"},
-        {"elementInText", "<plist><string>a<b/></string></plist>", "holds an element"},
-        {"textInTrue", "<plist><true>x</true></plist>", "\"true\" does not hold one"},
-        {"integerAsText", "<plist><integer>12a</integer></plist>", "\"integer\""},
-        {"integerTooLarge", "<plist><integer>18446744073709551616</integer></plist>", "\"integer\""},
-        {"dateAsText", "<plist><date>yesterday</date></plist>", "\"date\""},
-        {"dataAsText", "<plist><data>A*</data></plist>", "\"data\""},
-        {"cutOff", "<plist><dict><key>a</key><str", "damaged in line 1"},
-        {"badUTF8", "<plist><string>\xff</string></plist>", "line 1"},
-        {"ownEntity", "<!DOCTYPE plist [<!ENTITY e \"x\">]><plist><string>&e;</string></plist>", "entity"},
-        {"externalEntity",
-         "<!DOCTYPE plist [<!ENTITY e SYSTEM \"file:///etc/passwd\">]><plist><string>&e;</string></plist>",
-         "entity"},
-        {"nestedTooDeeply", repeated("<array>", 201) + repeated("</array>", 201), "nested too deeply"},
-        {"nestedBeyondReason", repeated("<array>", 200'000), "nested"},
-        {"otherVersion", "bplist15" + std::string(40, '\0'), "version"},
-        {"noSizes", "bplist00" + std::string(32, '\0'), "impossible sizes"},
-        {"containsItself", binaryList({std::string("\xA1\x00", 2), padding}), "nested too deeply"},
-        {"multipliesItself", sharedArrays(60, 3), "more than Halvo reads"},
-        {"referenceNowhere", binaryList({"\xA1\x05"}), "reference leads nowhere"},
-        {"keyIsNoText", binaryList({"\xD1\x01\x01", "\x09"}), "key is no text"},
-        {"unknownType", binaryList({"\x70"}), "unknown type"},
-        {"hugeLength", binaryList({"\x4F\x13\x7f\xff\xff\xff\xff\xff\xff\xff"}), "cut off"},
-        {"lengthIsNoInteger", binaryList({"\x4F\x09"}), "length is no integer"},
-        {"wideInteger", binaryList({"\x14" + std::string(15, '\x01') + "\x01"}), "too large"},
-        {"lineOfAscii", binaryList({"\x51\xe9"}), "not ASCII"},
-        {"halfACharacter", binaryList({std::string("\x61\xd8\x3d", 3)}), "half of a character"},
-        {"dateIsNotANumber", binaryList({std::string("\x33\x7f\xf8\0\0\0\0\0\0", 9)}), "date"}};
+    } cases[] = {{"", "is empty"},
+                 {"{\"a\": 1}", "JSON are not read"},
+                 {"{ a = 1; }", "Old text property lists"},
+                 {"<plist></plist>", "holds no value"},
+                 {"<plist><true/><true/></plist>", "more than one value"},
+                 {"<plist><plist><true/></plist></plist>", "unknown element \"plist\""},
+                 {"<plist><dict><key>a</key></dict></plist>", "\"a\" has no value"},
+                 {"<plist><dict><true/></dict></plist>", "has no key"},
+                 {"<plist><dict></array></plist>", "has no key"},
+                 {"<plist><dict>x</dict></plist>", "outside of a value"},
+                 {"<plist><string>x</real></plist>", "\"string\" is not closed"},
+                 {"<plist><string>a<b/></string></plist>", "\"string\" is not closed"},
+                 {"<plist><true>x</true></plist>", "\"true\" does not hold one"},
+                 {"<plist><integer>12a</integer></plist>", "\"integer\""},
+                 {"<plist><integer>18446744073709551616</integer></plist>", "\"integer\""},
+                 {"<plist><date>yesterday</date></plist>", "\"date\""},
+                 {"<plist><data>A*</data></plist>", "\"data\""},
+                 {"<plist><dict><key>a</key><str", "damaged in line 1"},
+                 {"<plist>\n<string>\n\xff</string></plist>", "line 2: a text is not UTF-8"},
+                 {"<?xml version='1.0' encoding='EUC-JP'?><plist><string>\xff\xff</string></plist>",
+                  "not text in the encoding \"EUC-JP\""},
+                 {"<?xml version='1.0' encoding='Klingon'?><plist/>", "\"Klingon\" is not known"},
+                 {"<plist><string>&#xD800;</string></plist>", "\"&#xD800\" is not a reference"},
+                 {"<plist><string>&#0;</string></plist>", "\"&#0\" is not a reference"},
+                 {"<!DOCTYPE plist [<!ENTITY e \"x\">]><plist><string>&e;</string></plist>", "\"&e\" is not"},
+                 {repeated("<array>", 201) + repeated("</array>", 201), "nested too deeply"},
+                 {repeated("<array>", 200'000), "nested"},
+                 {"bplist15" + std::string(40, '\0'), "version"},
+                 {"bplist00" + std::string(32, '\0'), "impossible sizes"},
+                 {binaryList({std::string("\xA1\x00", 2), padding}), "nested too deeply"},
+                 {sharedArrays(60, 3), "more than Halvo reads"},
+                 {binaryList({"\xA1\x05"}), "reference leads nowhere"},
+                 {binaryList({"\xD1\x01\x01", "\x09"}), "key is no text"},
+                 {binaryList({"\x70"}), "unknown type"},
+                 {binaryList({"\x4F\x13\x7f\xff\xff\xff\xff\xff\xff\xff"}), "cut off"},
+                 {binaryList({"\x4F\x09"}), "length is no integer"},
+                 {binaryList({"\x14" + std::string(15, '\x01') + "\x01"}), "too large"},
+                 {binaryList({"\x51\xe9"}), "not ASCII"},
+                 {binaryList({std::string("\x61\xd8\x3d", 3)}), "half of a character"},
+                 {binaryList({std::string("\x33\x7f\xf8\0\0\0\0\0\0", 9)}), "date"}};
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(&row - cases);
         EXPECT_THAT(problem(row.input), testing::HasSubstr(row.says));
     }
 }

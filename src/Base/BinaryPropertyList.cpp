@@ -51,8 +51,9 @@ std::uint64_t readSized(BinaryReader& reader, std::size_t size) {
 class Reader {
 public:
     Reader(ByteView bytes, std::size_t maxContentSize) : whole(bytes), budget(bytes.size(), maxContentSize) {
-        if (!viewText(bytes).starts_with(signature))
-            refuse("its version is not 00");
+        if (!viewText(bytes).starts_with(
+                signature.substr(0, signature.size() - 1))) // like macOS: 01 is read, too
+            refuse("its version is not 0");
         if (bytes.size() < signature.size() + trailerSize)
             refuse("it is cut off");
         BinaryReader trailer = whole.block(bytes.size() - trailerSize, trailerSize);

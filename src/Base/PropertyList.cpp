@@ -1,4 +1,4 @@
-#include <Platform/PropertyList.h>
+#include <Base/PropertyList.h>
 
 #include "PropertyListForms.h"
 

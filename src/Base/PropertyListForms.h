@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/PropertyList.h>
+#include <Base/PropertyList.h>
 
 #include <algorithm>
 
