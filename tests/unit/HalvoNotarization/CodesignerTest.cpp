@@ -77,7 +77,8 @@ TEST_F(CodesignerTest, carriesWhatAFailedToolSaid) {
         const char* text;
     } cases[] = {
         {"withText", R"([{"err": "errSecInternalComponent\n"}, {"exit": 1}])", "errSecInternalComponent"},
-        {"silent", R"([{"out": "not this"}, {"exit": 1}])", "Unknown error"}};
+        {"onStandardOutput", R"([{"out": "no identity"}, {"exit": 1}])", "no identity"},
+        {"silent", R"([{"exit": 1}])", "Unknown error"}};
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
         tools.script("security find-identity", {row.steps});

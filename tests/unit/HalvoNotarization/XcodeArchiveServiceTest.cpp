@@ -48,10 +48,8 @@ TEST(SigningArguments, followTheSigning) {
 class XcodeArchiveServiceTest : public testing::Test {
 protected:
     ScriptedTools tools{{{"HALVO_CLONED_SOURCE_PACKAGES_DIR", "/cloned packages"}, {"NSUnbufferedIO", "NO"}}};
-    SystemClock clock;
     SilentLog log;
-    XcodeArchiveService service{{tools.runner(), clock, tools.environment(), log},
-                                tools.temporaryDirectory()};
+    XcodeArchiveService service{{tools.runner(), tools.environment(), log}, tools.temporaryDirectory()};
     std::filesystem::path project = tools.write("My Demo.xcworkspace/contents", "").parent_path();
 };
 

@@ -1,7 +1,6 @@
 #include <HalvoNotarization/XcodeArchiveService.h>
 
 #include <Support/RecordingLog.h>
-#include <Support/ScaledClock.h>
 #include <Support/ScriptedTools.h>
 #include <Support/Shell.h>
 #include <Support/Thrown.h>
@@ -90,10 +89,8 @@ class XcodeQueriesTest : public testing::Test {
 protected:
     ScriptedTools tools{
         {{"HALVO_XCODEBUILD_QUERY_TIMEOUT", "1x"}, {"HALVO_CLONED_SOURCE_PACKAGES_DIR", "/p"}}};
-    SystemClock clock;
     test::RecordingLog log;
-    XcodeArchiveService service{{tools.runner(), clock, tools.environment(), log},
-                                tools.temporaryDirectory()};
+    XcodeArchiveService service{{tools.runner(), tools.environment(), log}, tools.temporaryDirectory()};
     std::filesystem::path project = tools.write("My Demo.xcodeproj/x", "").parent_path();
 
     std::string identifierFailure() {
@@ -139,33 +136,43 @@ TEST_F(XcodeQueriesTest, limitTheirOutput) {
               "Failed to parse schemes: Failed to run xcodebuild: Child process output exceeded the limit.");
 }
 
+TEST_F(XcodeQueriesTest, readTheSettingsOfLargeProjects) {
+    tools.write("settings", [] {
+        std::string text = "[";
+        for (int number = 0; number < 500; ++number)
+            text += R"({"buildSettings": {"PRODUCT_BUNDLE_IDENTIFIER": "f)" + std::to_string(number) +
+                    R"(", "PADDING": ")" + std::string(30'000, 'x') + "\"}},";
+        return text + target("a.app", "application") + "]";
+    }());
+    tools.script("xcodebuild -showBuildSettings", {R"([{"file": "{here}/settings"}])"});
+    EXPECT_EQ(service.bundleIdentifier(project, ProjectType::project, "S"), "a.app");
+}
+
 TEST_F(XcodeQueriesTest, areKilledAfterTheirTimeAndAskedOnceMore) {
-    test::ScaledClock fast(30); // a limit of 60 seconds takes two
-    XcodeArchiveService hasty({tools.runner(), fast, tools.environment(), log}, tools.temporaryDirectory());
-    tools.script("xcodebuild -list", {R"([{"spawn": 300}, {"ignore": 15}, {"hang": true}])",
-                                      R"([{"out": "{\"project\": {\"schemes\": [\"Demo\"]}}"}])"});
+    const std::string timeout =
+        "xcodebuild did not exit within 1 second and was killed. Raise HALVO_XCODEBUILD_QUERY_TIMEOUT (seconds) if this machine is legitimately slow.";
+    const char* hangs = R"([{"spawn": 300}, {"ignore": 15}, {"hang": true}])";
+    XcodeArchiveService hasty({tools.runner(), tools.environment(), log, {.query = std::chrono::seconds(1)}},
+                              tools.temporaryDirectory());
+    tools.script("xcodebuild -list",
+                 {hangs, R"([{"out": "{\"project\": {\"schemes\": [\"Demo\"]}}"}])", hangs});
     EXPECT_THAT(hasty.listSchemes(project, ProjectType::project), ElementsAre("Demo"));
-    EXPECT_THAT(log.messages,
-                ElementsAre("halvo: xcodebuild did not exit within 60 seconds and was killed. Raise "
-                            "HALVO_XCODEBUILD_QUERY_TIMEOUT (seconds) if this machine is legitimately "
-                            "slow. Retrying the query once."));
+    EXPECT_THAT(log.messages, ElementsAre("halvo: " + timeout + " Retrying the query once."));
+    EXPECT_EQ(descriptionThrown<XcodeArchiveError>([&] { hasty.listSchemes(project, ProjectType::project); }),
+              "Failed to parse schemes: Failed to run xcodebuild: " + timeout);
+    EXPECT_EQ(tools.calls().size(), 4u);
     for (const pid_t process : tools.processNumbers())
         EXPECT_TRUE(test::vanishes(process));
 }
 
-TEST(XcodeQueryTimeout, goesOnTheSecondTime) {
-    ScriptedTools tools{{{"HALVO_XCODEBUILD_QUERY_TIMEOUT", "1"}}};
-    SystemClock clock;
-    SilentLog log;
-    tools.script("xcodebuild -showBuildSettings", {R"([{"hang": true}])"});
-    XcodeArchiveService service({tools.runner(), clock, tools.environment(), log},
-                                tools.temporaryDirectory());
-    EXPECT_EQ(descriptionThrown<XcodeArchiveError>(
-                  [&] { service.bundleIdentifier("/", ProjectType::project, "S"); }),
-              "Failed to read build settings: Failed to run xcodebuild: xcodebuild did not exit within 1 "
-              "second and was "
-              "killed. Raise HALVO_XCODEBUILD_QUERY_TIMEOUT (seconds) if this machine is legitimately slow.");
-    EXPECT_EQ(tools.calls().size(), 2u);
+TEST(ArchiveLimits, comeFromTheEnvironment) {
+    const auto limits =
+        XcodeArchiveService::Limits::of(Environment({{"HALVO_XCODEBUILD_QUERY_TIMEOUT", "1x"},
+                                                     {"HALVO_ARCHIVE_STALL_TIMEOUT", "+5"},
+                                                     {"HALVO_ARCHIVE_COMPLETE_IDLE_GRACE", "7"}}));
+    EXPECT_EQ(limits.query, std::chrono::seconds(60));
+    EXPECT_EQ(limits.stall, std::chrono::seconds(5));
+    EXPECT_EQ(limits.idleGrace, std::chrono::seconds(7));
 }
 
 } // namespace

@@ -52,8 +52,8 @@ CLIError unknownBuildNumber(const std::exception& error) {
 ProjectBuild::ProjectBuild(const ReleaseOptions& options, const ReleaseCredentials& credentials,
                            Platform& platform, const OutputContext& context)
     : options(options), credentials(credentials), clock(platform.clock), context(context),
-      xcode({platform.processes, platform.clock, platform.environment, platform.log},
-            platform.temporaryDirectory, platform.cancellation) {
+      xcode({platform.processes, platform.environment, platform.log}, platform.temporaryDirectory,
+            platform.cancellation) {
     if (!options.scheme || options.scheme->empty())
         throw CLIError("missing_argument",
                        "--scheme is required when releasing from an Xcode project or workspace");

@@ -6,6 +6,7 @@
 #include "ServiceFailure.h"
 
 #include <HalvoDMG/DMGCreationError.h>
+#include <HalvoNotarization/NotarizationError.h>
 #include <HalvoNotarization/XcodeArchiveError.h>
 
 namespace halvo {
@@ -48,6 +49,32 @@ bool isNotPermitted(const std::exception& error) {
            std::holds_alternative<DMGCreationError::OperationNotPermitted>(creation->which);
 }
 
+/// The notary service's verdict; null for any other failure.
+const NotarizationError::Rejected* rejectionIn(const std::exception& error) {
+    const auto* notarization = dynamic_cast<const NotarizationError*>(&error);
+    return notarization ? std::get_if<NotarizationError::Rejected>(&notarization->which) : nullptr;
+}
+
+Table tableOf(const std::vector<NotarizationIssue>& issues) {
+    Table table{{{.header = "Path", .overflow = ColumnOverflow::wraps},
+                 {.header = "Severity", .overflow = ColumnOverflow::keeps},
+                 {.header = "Message", .overflow = ColumnOverflow::wraps},
+                 {.header = "Architecture", .overflow = ColumnOverflow::keeps}},
+                {}};
+    for (const NotarizationIssue& issue : issues)
+        table.rows.push_back({issue.path, issue.severity, issue.message, issue.architecture});
+    return table;
+}
+
+/// Failures of the notary service that the user can mend have codes of their own.
+const char* codeOf(const NotarizationError& error) {
+    if (error.is<NotarizationError::AgreementRequired>())
+        return "notary_agreement_required";
+    if (error.is<NotarizationError::ProfileMissing>())
+        return "notary_profile_missing";
+    return error.is<NotarizationError::Unreachable>() ? "notary_unreachable" : "release_failed";
+}
+
 /// What a failure is reported as, whatever the format.
 CLIError reportOf(const std::exception& error) {
     if (const auto* own = dynamic_cast<const CLIError*>(&error))
@@ -55,6 +82,8 @@ CLIError reportOf(const std::exception& error) {
     if (const auto* service = dynamic_cast<const APIError*>(&error))
         return reportOf(*service);
     const std::string text = describe(error);
+    if (const auto* notarization = dynamic_cast<const NotarizationError*>(&error))
+        return {codeOf(*notarization), "Release failed: " + text};
     if (dynamic_cast<const KeychainError*>(&error) != nullptr)
         return {"keychain_error", "Key error: " + text};
     if (const auto* exporting = dynamic_cast<const ArchiveExportError*>(&error))
@@ -108,6 +137,12 @@ private:
     static void report(const std::exception& error, const std::string& leftovers, const Services& services,
                        const OutputContext& context) {
         const CLIError report = reportOf(error);
+        const auto* rejection = context.format() == OutputFormat::text ? rejectionIn(error) : nullptr;
+        if (rejection && !rejection->issues.empty()) {
+            context.emit(CLIError(report.code, "Release failed: " + rejection->headline() + leftovers));
+            context.noora().table(tableOf(rejection->issues));
+            return;
+        }
         context.emit(CLIError(report.code, report.description() + leftovers));
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);

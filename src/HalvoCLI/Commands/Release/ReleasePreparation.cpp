@@ -30,7 +30,8 @@ PreparedBinary ReleasePreparation::prepareBinaryWithProgress(const ImportedBundl
         .notarizationPolicy = plan.notarizationPolicy,
         .exportSigning = plan.exportSigning,
         .onStepChange = onStep ? onStep : [&line](ReleaseState::Step step) { line.update(text(step)); },
-        .onProgress = [&line](std::uint64_t done, std::uint64_t total) { line.progress(done, total); }};
+        .onProgress = [&line](std::uint64_t done, std::uint64_t total) { line.progress(done, total); },
+        .notarization = {.onProgress = [&line](const std::string& text) { line.update(text); }}};
     try {
         return prepare(request);
     } catch (const ArchiveExportError& error) {
