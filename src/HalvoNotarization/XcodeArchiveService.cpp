@@ -21,8 +21,8 @@ constexpr std::string_view silentButWhole =
     "xcodebuild went silent after completing the archive; continuing with the completed archive.";
 constexpr std::string_view hungButWhole =
     "xcodebuild did not exit after ARCHIVE SUCCEEDED and was killed; continuing with the completed archive.";
-constexpr std::string_view hungIncomplete = "xcodebuild reported ARCHIVE SUCCEEDED but the archive was "
-                                            "incomplete after the hung process was killed";
+constexpr std::string_view hungIncomplete =
+    "xcodebuild reported ARCHIVE SUCCEEDED but the archive was incomplete after the hung process was killed";
 constexpr std::string_view raiseLimit =
     " Raise HALVO_ARCHIVE_STALL_TIMEOUT if the build legitimately goes quiet for long stretches.";
 constexpr std::string_view component = "XcodeArchiveService";

@@ -125,10 +125,11 @@ protected:
             return tools.script(tool, {R"([{"spawn": 60}, {"hang": true}])"});
         const auto program = folder / "root/usr/bin/hdiutil";
         std::filesystem::remove(program);
-        folder.write("root/usr/bin/hdiutil",
-                     "#!/bin/sh\nif [ \"$1\" = " + tool.substr(8) +
-                         " ]; then echo $$ >>\"$SCRIPTED_TOOLS/pids\"; touch \"$SCRIPTED_TOOLS/delayed\"; "
-                         "sleep 1; fi\nexec " HALVO_TOOLBOX "/usr/bin/hdiutil \"$@\"\n");
+        folder.write(
+            "root/usr/bin/hdiutil",
+            "#!/bin/sh\nif [ \"$1\" = " + tool.substr(8) +
+                " ]; then echo $$ >>\"$SCRIPTED_TOOLS/pids\"; touch \"$SCRIPTED_TOOLS/delayed\"; sleep 1; fi\nexec " HALVO_TOOLBOX
+                "/usr/bin/hdiutil \"$@\"\n");
         std::filesystem::permissions(program, std::filesystem::perms(0755));
     }
 

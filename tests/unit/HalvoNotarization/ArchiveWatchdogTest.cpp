@@ -71,8 +71,7 @@ TEST_F(ArchiveWatchdogTest, goesOnWithAWholeArchiveOfAHungRun) {
     const auto path = archive();
     EXPECT_TRUE(std::filesystem::exists(path / "Products/Applications/Demo.app/x"));
     const std::string text =
-        "halvo: xcodebuild did not exit after ARCHIVE SUCCEEDED and was killed; continuing "
-        "with the completed archive.";
+        "halvo: xcodebuild did not exit after ARCHIVE SUCCEEDED and was killed; continuing with the completed archive.";
     EXPECT_THAT(lines, ElementsAre("** ARCHIVE SUCCEEDED **", text));
     EXPECT_THAT(log.messages, ElementsAre(text));
     EXPECT_THAT(tools.argumentsOf("xcodebuild archive"), SizeIs(1));
@@ -99,10 +98,10 @@ TEST_F(ArchiveWatchdogTest, repeatsAHungRunWithAPartialArchive) {
     const auto path = archive();
     EXPECT_THAT(
         lines,
-        ElementsAre("** ARCHIVE SUCCEEDED **",
-                    "halvo: xcodebuild reported ARCHIVE SUCCEEDED but the archive was incomplete after the "
-                    "hung process was killed (attempt 1 of 3).",
-                    "** ARCHIVE SUCCEEDED **"));
+        ElementsAre(
+            "** ARCHIVE SUCCEEDED **",
+            "halvo: xcodebuild reported ARCHIVE SUCCEEDED but the archive was incomplete after the hung process was killed (attempt 1 of 3).",
+            "** ARCHIVE SUCCEEDED **"));
     const auto calls = tools.argumentsOf("xcodebuild archive");
     ASSERT_THAT(calls, SizeIs(2));
     EXPECT_NE(calls[0][5], calls[1][5]) << "each attempt has a path of its own";
@@ -142,8 +141,9 @@ TEST_F(ArchiveWatchdogTest, endsASilentRunSoonOnceItsArchiveIsWholeAndStill) {
     const auto start = std::chrono::steady_clock::now();
     archive();
     EXPECT_LT(std::chrono::steady_clock::now() - start, scaled(200));
-    EXPECT_EQ(lines.back(), "halvo: xcodebuild went silent after completing the archive; continuing with the "
-                            "completed archive.");
+    EXPECT_EQ(
+        lines.back(),
+        "halvo: xcodebuild went silent after completing the archive; continuing with the completed archive.");
     expectNothingSurvives();
 }
 

@@ -44,9 +44,8 @@ protected:
 };
 
 TEST_F(ProcessCancellationTest, goesThroughTheStepsUntilTheChildIsGone) {
-    ProcessRequest request = shell("trap 'echo hup >> \"$2\"' HUP; trap 'echo term >> \"$2\"; exit' TERM;"
-                                   "trap 'echo int >> \"$2\"' INT; echo $$ > \"$1\"; "
-                                   "while :; do sleep 0.02; done");
+    ProcessRequest request = shell(
+        "trap 'echo hup >> \"$2\"' HUP; trap 'echo term >> \"$2\"; exit' TERM;trap 'echo int >> \"$2\"' INT; echo $$ > \"$1\"; while :; do sleep 0.02; done");
     request.teardown = {{SIGHUP, 200ms}, {SIGTERM, 10s}, {SIGINT, 10s}};
     EXPECT_FALSE(test::isAlive(std::stoi(cancelOnceReady(request))));
     EXPECT_EQ(test::readText(trace), "hup\nterm\n");
@@ -59,8 +58,8 @@ TEST_F(ProcessCancellationTest, killsAChildThatOutlivesEveryStep) {
 }
 
 TEST_F(ProcessCancellationTest, leavesAChildThatIsFullOfOutputTheTimeToGo) {
-    ProcessRequest request = shell("trap 'head -c 3000000 /dev/zero; echo clean >> \"$2\"; exit' TERM;"
-                                   "echo $$ > \"$1\"; while :; do sleep 0.02; done");
+    ProcessRequest request = shell(
+        "trap 'head -c 3000000 /dev/zero; echo clean >> \"$2\"; exit' TERM;echo $$ > \"$1\"; while :; do sleep 0.02; done");
     request.teardown = {{SIGTERM, 10s}};
     cancelOnceReady(request);
     EXPECT_EQ(test::readText(trace), "clean\n");
@@ -68,8 +67,7 @@ TEST_F(ProcessCancellationTest, leavesAChildThatIsFullOfOutputTheTimeToGo) {
 
 TEST_F(ProcessCancellationTest, endsTheWholeGroupEvenWhenItsLeaderGoesFirst) {
     ProcessRequest request =
-        shell("(trap '' TERM; sh -c 'echo $PPID > \"$1\"' sh \"$1\"; while :; do sleep 0.02; done) &"
-              "wait");
+        shell("(trap '' TERM; sh -c 'echo $PPID > \"$1\"' sh \"$1\"; while :; do sleep 0.02; done) &wait");
     request.ownGroup = true;
     request.teardown = {{SIGTERM, 5s}};
     EXPECT_TRUE(test::vanishes(std::stoi(cancelOnceReady(request))));

@@ -105,15 +105,6 @@ TEST_F(ProcessRunnerTest, endsWhatTakesTooLongHoweverMuchItSays) {
     }
 }
 
-TEST_F(ProcessRunnerTest, leavesNoChildBehindAfterTooMuchOutput) {
-    const TemporaryFolder folder;
-    ProcessRequest request = shell("echo $$ > \"$1\"; exec cat /dev/zero", {(folder / "pid").string()});
-    EXPECT_THROW(runner.run(request), ProcessError);
-    EXPECT_FALSE(test::isAlive(std::stoi(test::awaitText(folder / "pid"))));
-    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a child is left to be reaped";
-    EXPECT_EQ(errno, ECHILD);
-}
-
 TEST_F(ProcessRunnerTest, saysThatAToolCannotStart) {
     const struct {
         std::string_view name;
@@ -199,29 +190,6 @@ TEST_F(ProcessRunnerTest, doesNotWaitForAGrandchildThatKeepsThePipe) {
     EXPECT_TRUE(test::isAlive(grandchild));
     ::kill(grandchild, SIGKILL);
     EXPECT_EQ(result.standardOutput, "started\ndone\n");
-}
-
-TEST_F(ProcessRunnerTest, ignoresAGrandchildThatNeverStopsWriting) {
-    const TemporaryFolder folder;
-    ProcessRequest request =
-        shell("(trap '' PIPE; exec yes 2>&-) & echo $! > \"$1\"; sleep 0.05", {(folder / "pid").string()});
-    request.outputLimit = std::size_t(1) << 31;
-    EXPECT_TRUE(runner.run(request).succeeded());
-    ::kill(std::stoi(test::awaitText(folder / "pid")), SIGKILL);
-}
-
-TEST_F(ProcessRunnerTest, runsManyAtOnce) {
-    std::vector<std::jthread> threads;
-    std::atomic<int> right = 0;
-    for (int thread = 0; thread < 8; ++thread)
-        threads.emplace_back([&, thread] {
-            for (int run = 0; run < 10; ++run) {
-                const std::string word = std::to_string(thread * 100 + run);
-                right += runner.run(shell("echo $1", {word})).standardOutput == word + "\n";
-            }
-        });
-    threads.clear();
-    EXPECT_EQ(right, 80);
 }
 
 TEST(ProcessResult, tellsPeopleWhatTheToolSaid) {

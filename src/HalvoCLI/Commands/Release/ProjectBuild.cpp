@@ -27,9 +27,9 @@ std::optional<Escalation> escalation(const std::optional<ResolvedProvisioningPro
                           "Entitlements require a provisioning profile; retrying with the provided profile"};
     if (const auto notarization = credentials.resolveNotarizationCredentials())
         if (auto key = authenticationKey(*notarization))
-            return Escalation{{Signing::Automatic{std::move(key)}},
-                              "Entitlements require a provisioning profile; retrying with App Store Connect "
-                              "API-key provisioning"};
+            return Escalation{
+                {Signing::Automatic{std::move(key)}},
+                "Entitlements require a provisioning profile; retrying with App Store Connect API-key provisioning"};
     if (interactive)
         return Escalation{{Signing::Automatic{}},
                           "Entitlements require a provisioning profile; retrying with the project's signing"};
