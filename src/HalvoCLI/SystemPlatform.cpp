@@ -2,7 +2,6 @@
 
 #include <HalvoCore/StorageController.h>
 #include <Platform/LoadedModule.h>
-#include <Platform/SystemProcessRunner.h>
 #include <Terminal/TerminalText.h>
 
 #include <filesystem>
@@ -70,5 +69,6 @@ SystemPlatform::~SystemPlatform() = default;
 
 Platform& SystemPlatform::platform() { return parts->platform; }
 const Environment& SystemPlatform::environment() const { return parts->environment; }
+SystemProcessRunner& SystemPlatform::processes() { return parts->processes; }
 
 } // namespace halvo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Platform/Platform.h>
+#include <Platform/SystemProcessRunner.h>
 
 #include <memory>
 #include <stop_token>
@@ -17,6 +18,7 @@ public:
 
     Platform& platform();
     const Environment& environment() const;
+    SystemProcessRunner& processes();
 
 private:
     struct Parts;

@@ -91,7 +91,7 @@ void BinaryPreparationService::notarize(const URL& file, const Request& request)
     if (credentials == nullptr)
         return;
     report(request, Step::notarizing);
-    tools.notarize(file, *credentials);
+    tools.notarize(file, *credentials, request.notarization);
 }
 
 NotarizationAssessment

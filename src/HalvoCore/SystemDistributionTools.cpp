@@ -9,7 +9,7 @@ SystemDistributionTools::SystemDistributionTools(Platform& platform)
     : codesigner(platform.processes, platform.log, platform.cancellation),
       profiles(platform.processes, platform.cancellation),
       exporter(platform.processes, platform.temporaryDirectory, platform.cancellation),
-      notarizer(platform.processes, platform.temporaryDirectory, platform.cancellation),
+      notarizer({platform.processes, platform.clock}, platform.temporaryDirectory, platform.cancellation),
       dmgCreator(platform.processes, platform.volumes, platform.clock, platform.images,
                  platform.temporaryDirectory, platform.cancellation),
       images(platform.images), temporaryDirectory(platform.temporaryDirectory) {}
@@ -52,8 +52,9 @@ URL SystemDistributionTools::createDMG(const URL& appURL, const std::string& app
     return image;
 }
 
-void SystemDistributionTools::notarize(const URL& fileURL, const NotarizationCredentials& credentials) {
-    notarizer.notarize(fileURL.filePath(), credentials);
+void SystemDistributionTools::notarize(const URL& fileURL, const NotarizationCredentials& credentials,
+                                       const NotarizationObserver& observer) {
+    notarizer.notarize(fileURL.filePath(), credentials, observer);
 }
 
 bool SystemDistributionTools::isNotarized(const URL& fileURL) {

@@ -39,27 +39,6 @@ std::optional<PropertyList> readInfo(const std::filesystem::path& archive) {
 
 } // namespace
 
-std::string ArchiveExportError::describe(const Case& which) {
-    struct Describer {
-        std::string operator()(const ArchiveNotFound& error) const {
-            return "Archive not found at " + error.archive.string();
-        }
-        std::string operator()(const ExportFailed& error) const { return "Export failed: " + error.text; }
-        std::string operator()(const ProvisioningProfileRequired& error) const { return error.text; }
-        std::string operator()(const AppNotFound& error) const {
-            return "xcodebuild produced no .app in the export of " + error.archive.string();
-        }
-        std::string operator()(const UnexpectedExportLayout& error) const {
-            return "xcodebuild produced " + std::to_string(error.appCount) + " top-level .app bundles at " +
-                   error.exportDir.string() + "; expected exactly one";
-        }
-        std::string operator()(const MissingApplicationPath& error) const {
-            return "Archive " + error.archive.string() + " is missing ApplicationPath in Info.plist";
-        }
-    };
-    return std::visit(Describer{}, which);
-}
-
 std::filesystem::path ArchiveExporter::appURL(const std::filesystem::path& archive) {
     const auto info = readInfo(archive);
     if (!info)

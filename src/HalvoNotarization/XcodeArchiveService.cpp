@@ -1,7 +1,7 @@
 #include <HalvoNotarization/XcodeArchiveService.h>
 
 #include "ArchiveRun.h"
-#include "TimeLimit.h"
+#include "Duration.h"
 
 #include <Base/Text.h>
 #include <Base/UUID.h>
@@ -21,8 +21,8 @@ constexpr std::string_view silentButWhole =
     "xcodebuild went silent after completing the archive; continuing with the completed archive.";
 constexpr std::string_view hungButWhole =
     "xcodebuild did not exit after ARCHIVE SUCCEEDED and was killed; continuing with the completed archive.";
-constexpr std::string_view hungIncomplete = "xcodebuild reported ARCHIVE SUCCEEDED but the archive was "
-                                            "incomplete after the hung process was killed";
+constexpr std::string_view hungIncomplete =
+    "xcodebuild reported ARCHIVE SUCCEEDED but the archive was incomplete after the hung process was killed";
 constexpr std::string_view raiseLimit =
     " Raise HALVO_ARCHIVE_STALL_TIMEOUT if the build legitimately goes quiet for long stretches.";
 constexpr std::string_view component = "XcodeArchiveService";
@@ -70,6 +70,22 @@ struct XcodeArchiveService::Attempt {
     enum class Kind { success, failure, stalled, successHang } kind = Kind::success;
     std::string text{};
 };
+
+XcodeArchiveService::Limits XcodeArchiveService::Limits::of(const Environment& environment) {
+    const auto read = [&](const char* variable, std::chrono::milliseconds& limit) {
+        const auto text = environment.nonEmpty(variable);
+        if (const auto seconds = text ? parseInteger(*text) : std::nullopt) {
+            constexpr std::int64_t tenYears =
+                10LL * 365 * 24 * 3600; // times in nanoseconds must not overflow
+            limit = std::chrono::seconds(std::clamp(*seconds, -tenYears, tenYears));
+        }
+    };
+    Limits limits;
+    read("HALVO_XCODEBUILD_QUERY_TIMEOUT", limits.query);
+    read("HALVO_ARCHIVE_STALL_TIMEOUT", limits.stall);
+    read("HALVO_ARCHIVE_COMPLETE_IDLE_GRACE", limits.idleGrace);
+    return limits;
+}
 
 Arguments XcodeArchiveService::clonedSourcePackagesArguments() const {
     const auto folder = services.environment.nonEmpty("HALVO_CLONED_SOURCE_PACKAGES_DIR");
@@ -157,25 +173,23 @@ XcodeArchiveService::Attempt XcodeArchiveService::runArchiveAttempt(const std::f
 XcodeArchiveService::Attempt XcodeArchiveService::performAttempt(const std::filesystem::path& archive,
                                                                  Arguments arguments,
                                                                  const OutputLine& onOutputLine) {
-    ArchiveMonitor::Limits limits;
-    limits.stall = timeLimit(services.environment, "HALVO_ARCHIVE_STALL_TIMEOUT", limits.stall);
-    limits.idleGrace = timeLimit(services.environment, "HALVO_ARCHIVE_COMPLETE_IDLE_GRACE", limits.idleGrace);
-    const ArchiveRun::Outcome outcome =
-        ArchiveRun(services.processes, services.clock)
-            .perform({.executable = std::string(xcodebuild),
-                      .arguments = std::move(arguments),
-                      .environment = {{"NSUnbufferedIO", "YES"}},
-                      .ownGroup = true,
-                      .cancellation = cancellation},
-                     archive, limits, [&](const std::string& line) {
-                         services.log.write(LogLevel::debug, component, "[xcodebuild] " + line);
-                         if (onOutputLine)
-                             onOutputLine(line);
-                     });
+    const ArchiveOutcome outcome =
+        runArchive(services.processes,
+                   {.executable = std::string(xcodebuild),
+                    .arguments = std::move(arguments),
+                    .environment = {{"NSUnbufferedIO", "YES"}},
+                    .ownGroup = true,
+                    .cancellation = cancellation},
+                   archive, services.limits, [&](const std::string& line) {
+                       services.log.write(LogLevel::debug, component, "[xcodebuild] " + line);
+                       if (onOutputLine)
+                           onOutputLine(line);
+                   });
     if (outcome.killed == KillReason::successHang)
         return {Attempt::Kind::successHang, {}};
     if (outcome.killed)
-        return {Attempt::Kind::stalled, "xcodebuild produced no output for " + durationText(limits.stall) +
+        return {Attempt::Kind::stalled, "xcodebuild produced no output for " +
+                                            durationText(services.limits.stall) +
                                             " and was killed before the archive completed"};
     if (outcome.termination.succeeded())
         return {};

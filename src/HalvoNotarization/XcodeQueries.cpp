@@ -1,12 +1,11 @@
 #include <HalvoNotarization/XcodeArchiveService.h>
 
-#include "TimeLimit.h"
+#include "Duration.h"
 
 #include <Base/Text.h>
 #include <Base/Unicode.h>
 
 #include <algorithm>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
@@ -16,26 +15,17 @@ namespace {
 using nlohmann::json;
 
 constexpr std::size_t schemesLimit = 256 << 10;
-constexpr std::size_t buildSettingsLimit = 4 << 20;
+constexpr std::size_t buildSettingsLimit =
+    1 << 30; // 30 KB for each target and more: a bound against a tool gone mad
 
-/// A query that had to be killed.
-class QueryTimeout : public Failure {
-public:
-    explicit QueryTimeout(std::chrono::seconds timeout)
-        : Failure("xcodebuild did not exit within " + durationText(timeout) +
-                  " and was killed. Raise HALVO_XCODEBUILD_QUERY_TIMEOUT (seconds) if this machine is "
-                  "legitimately slow."),
-          timeout(timeout) {}
-    std::chrono::seconds timeout;
-};
-
-/// The JSON of an output that log lines may precede. Absent when there is none.
-std::optional<json> parseOutput(std::string_view output) {
+/// The JSON of an output that log lines may precede, as far as the filter keeps it. Absent when there is
+/// none.
+std::optional<json> parseOutput(std::string_view output, const json::parser_callback_t& filter = nullptr) {
     int attempts = 16; // log lines may begin with a bracket too, but not without end
     for (std::size_t line = 0; line < output.size() && attempts > 0;) {
         if (output[line] == '{' || output[line] == '[' || line == 0) {
             --attempts;
-            json value = json::parse(output.substr(line), nullptr, /*allow_exceptions=*/false);
+            json value = json::parse(output.substr(line), filter, /*allow_exceptions=*/false);
             if (!value.is_discarded())
                 return value;
         }
@@ -87,40 +77,27 @@ const char* projectOption(ProjectType type) {
 } // namespace
 
 ProcessResult XcodeArchiveService::runQuery(const Arguments& arguments, std::size_t outputLimit) {
-    try {
-        return runQueryOnce(arguments, outputLimit);
-    } catch (const QueryTimeout& timeout) {
-        services.log.write(LogLevel::error, "XcodeArchiveService",
-                           "halvo: " + timeout.description() + " Retrying the query once.");
-    }
-    return runQueryOnce(arguments, outputLimit);
-}
-
-ProcessResult XcodeArchiveService::runQueryOnce(const Arguments& arguments, std::size_t outputLimit) {
-    const auto timeout =
-        timeLimit(services.environment, "HALVO_XCODEBUILD_QUERY_TIMEOUT", std::chrono::seconds(60));
-    std::stop_source run;
-    const std::stop_callback forward(cancellation, [&run] { run.request_stop(); });
-    const std::jthread timer([&](const std::stop_token& finished) {
+    const std::string timeout =
+        "xcodebuild did not exit within " + durationText(services.limits.query) +
+        " and was killed. Raise HALVO_XCODEBUILD_QUERY_TIMEOUT (seconds) if this machine is legitimately slow.";
+    for (const bool again : {true, false}) {
         try {
-            services.clock.sleep(timeout, finished);
-            run.request_stop();
-        } catch (const CancelledError&) {
-            // The query was faster.
+            return services.processes.run({.executable = "/usr/bin/xcodebuild",
+                                           .arguments = arguments,
+                                           .ownGroup = true,
+                                           .outputLimit = outputLimit,
+                                           .timeLimit = services.limits.query,
+                                           .teardown = {{SIGKILL, std::chrono::seconds(1)}},
+                                           .cancellation = cancellation});
+        } catch (const ProcessError& error) {
+            if (!error.is<ProcessError::TimeLimitExceeded>())
+                throw;
         }
-    });
-    try {
-        return services.processes.run({.executable = "/usr/bin/xcodebuild",
-                                       .arguments = arguments,
-                                       .ownGroup = true,
-                                       .outputLimit = outputLimit,
-                                       .teardown = {{SIGKILL, std::chrono::seconds(1)}},
-                                       .cancellation = run.get_token()});
-    } catch (const CancelledError&) {
-        if (cancellation.stop_requested())
-            throw;
-        throw QueryTimeout(timeout);
+        if (again)
+            services.log.write(LogLevel::error, "XcodeArchiveService",
+                               "halvo: " + timeout + " Retrying the query once.");
     }
+    throw Failure(timeout);
 }
 
 std::string XcodeArchiveService::bundleIdentifier(const std::filesystem::path& project, ProjectType type,
@@ -159,7 +136,14 @@ std::vector<std::string> XcodeArchiveService::listSchemes(const std::filesystem:
 }
 
 std::optional<std::string> XcodeArchiveService::parseBundleIdentifier(std::string_view output) {
-    const auto targets = parseOutput(output);
+    // A target has some 500 settings, and large projects hundreds of targets: what does not count is never
+    // kept.
+    const auto counts = [](int depth, json::parse_event_t event, const json& parsed) {
+        constexpr int ofSettings = 3; // [ { "buildSettings": { key
+        return event != json::parse_event_t::key || depth != ofSettings || parsed == "PRODUCT_TYPE" ||
+               parsed == "PRODUCT_BUNDLE_IDENTIFIER";
+    };
+    const auto targets = parseOutput(output, counts);
     if (!targets || !targets->is_array())
         return std::nullopt;
     std::optional<std::string> first;

@@ -46,6 +46,8 @@ std::optional<std::string> LineSplitter::next() {
     return isValidUTF8(line) ? line : repairedUTF8(line);
 }
 
+std::string LineSplitter::begun() const { return repairedUTF8(unfinished); }
+
 void LineSplitter::endLine() { lines.push_back(std::exchange(unfinished, {})); }
 
 } // namespace halvo

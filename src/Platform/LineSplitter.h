@@ -19,6 +19,8 @@ public:
     void finish();
     /// The next whole line, with each sequence that is not UTF-8 replaced by U+FFFD.
     std::optional<std::string> next();
+    /// The line that has no end yet, in the same form.
+    std::string begun() const;
 
 private:
     void endLine();

@@ -17,7 +17,10 @@ std::filesystem::path ToolPaths::resolve(const std::filesystem::path& executable
 }
 
 std::filesystem::path installedToolbox() {
-    const std::filesystem::path folder = executablePath().parent_path();
+    const std::filesystem::path executable = executablePath();
+    if (executable.empty())
+        return {}; // not a folder of the working directory
+    const std::filesystem::path folder = executable.parent_path();
     const std::filesystem::path relative = std::filesystem::path("libexec") / "halvo";
     std::error_code ignored;
     if (std::filesystem::exists(folder / relative, ignored))

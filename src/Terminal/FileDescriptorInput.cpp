@@ -110,7 +110,7 @@ void FileDescriptorInput::beginRawMode() {
     mode.c_cc[VQUIT] = _POSIX_VDISABLE;
     mode.c_cc[VMIN] = 1;
     mode.c_cc[VTIME] = 0;
-    noteRawMode(descriptor, original);
+    noteRawMode(descriptor, original, mode);
     raw = true;
     try {
         setMode(descriptor, mode);
@@ -127,7 +127,15 @@ void FileDescriptorInput::endRawMode() noexcept {
 
 void FileDescriptorInput::suspend() {
     endRawMode();
+    // Taken by this thread itself: another one that waits for the signal would stop the process at some later
+    // time.
+    sigset_t stop;
+    sigset_t before;
+    ::sigemptyset(&stop);
+    ::sigaddset(&stop, SIGTSTP);
+    ::pthread_sigmask(SIG_UNBLOCK, &stop, &before);
     ::kill(0, SIGTSTP);
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     beginRawMode();
 }
 

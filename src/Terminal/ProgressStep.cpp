@@ -5,7 +5,6 @@
 
 #include <array>
 #include <condition_variable>
-#include <exception>
 #include <functional>
 #include <optional>
 #include <thread>
@@ -77,35 +76,20 @@ struct RunningStep::State final : StatusLine {
         animation = std::jthread(std::move(frames));
     }
 
-    ~State() override {
-        try {
-            takeAway();
-        } catch (const OutputError&) {
-            // Reached only on the way out with another failure, or after this one was reported.
-        }
-    }
+    ~State() override { takeAway(); }
 
     void animateWait(const std::stop_token& stop) {
         auto held = screen.hold();
         if (wakeUp.wait_for(held, stop, waitShownFrom, [&] { return stop.stop_requested(); }))
             return;
-        try {
-            screen.show(held, *this);
-        } catch (const OutputError&) {
-            return; // the result, which comes next, tells of an output that is gone
-        }
+        screen.show(held, *this);
         animate(std::move(held), stop);
     }
 
     void animate(Screen::Hold held, const std::stop_token& stop) {
         while (!wakeUp.wait_for(held, stop, frameInterval, [&] { return stop.stop_requested(); })) {
             ++frame;
-            try {
-                screen.refresh(held, *this);
-            } catch (const OutputError&) {
-                failure = std::current_exception(); // for the thread of the task, at its next update
-                return;
-            }
+            screen.refresh(held, *this);
         }
     }
 
@@ -169,7 +153,6 @@ struct RunningStep::State final : StatusLine {
     std::optional<Transfer> transfer;
     TransferRate rate;
     std::size_t frame = 0;
-    std::exception_ptr failure;
     std::condition_variable_any wakeUp;
     std::jthread animation; ///< last: it uses all of the above
 };
@@ -188,8 +171,6 @@ RunningStep::~RunningStep() = default;
 
 void RunningStep::update(const TerminalText& text) {
     const auto held = state->screen.hold();
-    if (state->failure)
-        std::rethrow_exception(state->failure);
     state->message = text;
     state->transfer.reset();
     state->rate = {};
@@ -201,8 +182,6 @@ void RunningStep::update(const TerminalText& text) {
 
 void RunningStep::progress(std::uint64_t done, std::uint64_t total) {
     const auto held = state->screen.hold();
-    if (state->failure)
-        std::rethrow_exception(state->failure);
     if (done == 0 && total == 0) {
         state->transfer.reset();
         state->rate = {};
@@ -220,12 +199,6 @@ void RunningStep::progress(std::uint64_t done, std::uint64_t total) {
 
 void RunningStep::succeed() { state->end(TextStyle::success, "\u2714", state->step.successMessage); }
 
-void RunningStep::fail() noexcept {
-    try {
-        state->end(TextStyle::danger, "\u2716", state->step.errorMessage);
-    } catch (const std::exception&) {
-        // The task's own failure is the one to report.
-    }
-}
+void RunningStep::fail() { state->end(TextStyle::danger, "\u2716", state->step.errorMessage); }
 
 } // namespace halvo

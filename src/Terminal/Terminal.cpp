@@ -3,10 +3,25 @@
 #include "Screen.h"
 
 namespace halvo {
+namespace {
+
+/// Standard error: nobody has to read progress and warnings, so none is a reason to end the work.
+class DispensableOutput final : public FileDescriptorOutput {
+public:
+    using FileDescriptorOutput::FileDescriptorOutput;
+    void write(std::string_view bytes) override {
+        try {
+            FileDescriptorOutput::write(bytes);
+        } catch (const OutputError&) {
+        }
+    }
+};
+
+} // namespace
 
 TerminalStreams TerminalStreams::ofProcess(const VariableLookup& variables) {
     return {.standardOutput = std::make_shared<FileDescriptorOutput>(1, variables),
-            .standardError = std::make_shared<FileDescriptorOutput>(2, variables),
+            .standardError = std::make_shared<DispensableOutput>(2, variables),
             .standardInput = std::make_shared<FileDescriptorInput>(0)};
 }
 

@@ -12,20 +12,24 @@ namespace halvo {
 namespace {
 
 constexpr int none = -1;
+constexpr std::string_view hideCursor = "\x1b[?25l";
 
 struct Changes {
-    termios original{}; ///< written before `rawDescriptor` is set, and not while it is
+    termios original{}; ///< both are written before `rawDescriptor` is set, and not while it is
+    termios raw{};
     std::atomic<int> rawDescriptor = none;
     std::atomic<int> cursorDescriptor = none;
 };
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler reads these");
 
 constinit Changes changes;
 
+bool isInForeground(int descriptor) { return ::tcgetpgrp(descriptor) == ::getpgrp(); }
+
 } // namespace
 
-void noteRawMode(int descriptor, const termios& original) noexcept {
+void noteRawMode(int descriptor, const termios& original, const termios& raw) noexcept {
     changes.original = original;
+    changes.raw = raw;
     changes.rawDescriptor = descriptor;
 }
 
@@ -40,16 +44,22 @@ void noteHiddenCursor(int descriptor) noexcept { changes.cursorDescriptor = desc
 void noteCursorShown() noexcept { changes.cursorDescriptor = none; }
 
 void restoreTerminal() noexcept {
-    const int callersError = errno;
     if (const int descriptor = changes.rawDescriptor; descriptor != none)
         ::tcsetattr(descriptor, TCSANOW, &changes.original);
     if (const int descriptor = changes.cursorDescriptor; descriptor != none) {
         constexpr std::string_view showCursorOnAnEmptyLine = "\r\x1b[K\x1b[?25h";
-        // The process is about to end: there is nobody left to tell of a failure.
+        // A terminal that is gone needs no cursor.
         [[maybe_unused]] const auto written =
             ::write(descriptor, showCursorOnAnEmptyLine.data(), showCursorOnAnEmptyLine.size());
     }
-    errno = callersError;
+}
+
+void takeTerminalAgain() noexcept {
+    if (const int descriptor = changes.rawDescriptor; descriptor != none && isInForeground(descriptor))
+        ::tcsetattr(descriptor, TCSANOW, &changes.raw);
+    if (const int descriptor = changes.cursorDescriptor; descriptor != none && isInForeground(descriptor))
+        [[maybe_unused]]
+        const auto written = ::write(descriptor, hideCursor.data(), hideCursor.size());
 }
 
 } // namespace halvo

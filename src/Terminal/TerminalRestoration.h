@@ -4,10 +4,10 @@
 
 namespace halvo {
 
-// What restoreTerminal() has to undo. A signal handler reads it, so it stands outside every object; there is
-// one terminal for a process.
+// What restoreTerminal() has to undo. The thread that waits for signals reads it, so it stands outside every
+// object; there is one terminal for a process.
 
-void noteRawMode(int descriptor, const termios& original) noexcept;
+void noteRawMode(int descriptor, const termios& original, const termios& raw) noexcept;
 /// Sets the mode that noteRawMode() was given.
 void restoreNotedMode() noexcept;
 void noteHiddenCursor(int descriptor) noexcept;

@@ -16,6 +16,15 @@ TEST_F(ProgramTest, tellsItsVersion) {
     EXPECT_THAT(told.error, IsEmpty());
 }
 
+TEST_F(ProgramTest, failsWhenItsResultCannotBeWritten) {
+    for (const char* prelude : {"exec >/dev/full;", "exec >&-;"})
+        for (const Arguments& arguments : {Arguments{"--help"}, Arguments{"--version"}}) {
+            const Outcome told = run(arguments, {}, prelude);
+            EXPECT_EQ(told.status, 1);
+            EXPECT_THAT(told.error, StartsWith("Error: The output cannot be written: "));
+        }
+}
+
 struct HelpCase {
     const char* name;
     Arguments arguments;

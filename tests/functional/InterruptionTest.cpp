@@ -81,17 +81,34 @@ struct StepCase {
 };
 
 /// Releases to a real bucket that are interrupted at a step of theirs.
-class InterruptedStep : public ReleaseTest, public testing::WithParamInterface<StepCase> {
+class ReleaseWithTools : public ReleaseTest {
 protected:
-    InterruptedStep() {
+    ReleaseWithTools() {
         AppBundle().writeTo(work);
         std::filesystem::create_directories(work / "Demo.xcodeproj");
         useTools(tools);
-        useStore();
         variables.insert(
             {{"ASC_API_KEY_ID", "KEY1"}, {"ASC_API_ISSUER", "issuer-1"}, {"ASC_API_KEY", "cDgga2V5"}});
         secrets.emplace_back("p8 key");
         tools.script("codesign -dvv", {"[]"}); // no Developer ID signed it yet
+    }
+
+    /// Waits until a condition holds, for a minute at most.
+    template<typename Condition>
+    static void await(Condition holds) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!holds() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_TRUE(holds());
+    }
+
+    ScriptedTools tools;
+};
+
+class InterruptedStep : public ReleaseWithTools, public testing::WithParamInterface<StepCase> {
+protected:
+    InterruptedStep() {
+        useStore();
         if (GetParam().arguments.front() == "Mine.dmg")
             script("\"$1/usr/bin/hdiutil\" create -srcfolder . -volname Demo -fs APFS -format UDRW Mine.dmg",
                    {HALVO_TOOLBOX});
@@ -108,10 +125,11 @@ protected:
             return tools.script(tool, {R"([{"spawn": 60}, {"hang": true}])"});
         const auto program = folder / "root/usr/bin/hdiutil";
         std::filesystem::remove(program);
-        folder.write("root/usr/bin/hdiutil",
-                     "#!/bin/sh\nif [ \"$1\" = " + tool.substr(8) +
-                         " ]; then echo $$ >>\"$SCRIPTED_TOOLS/pids\"; touch \"$SCRIPTED_TOOLS/delayed\"; "
-                         "sleep 1; fi\nexec " HALVO_TOOLBOX "/usr/bin/hdiutil \"$@\"\n");
+        folder.write(
+            "root/usr/bin/hdiutil",
+            "#!/bin/sh\nif [ \"$1\" = " + tool.substr(8) +
+                " ]; then echo $$ >>\"$SCRIPTED_TOOLS/pids\"; touch \"$SCRIPTED_TOOLS/delayed\"; sleep 1; fi\nexec " HALVO_TOOLBOX
+                "/usr/bin/hdiutil \"$@\"\n");
         std::filesystem::permissions(program, std::filesystem::perms(0755));
     }
 
@@ -124,8 +142,6 @@ protected:
         const auto files = temporaryFiles();
         return std::ranges::any_of(files, [](const auto& file) { return file.extension() == ".zip"; });
     }
-
-    ScriptedTools tools;
 };
 
 TEST_P(InterruptedStep, leavesNothingBehind) {
@@ -136,9 +152,7 @@ TEST_P(InterruptedStep, leavesNothingBehind) {
     Arguments arguments = GetParam().arguments;
     arguments.insert(arguments.end(), {"--format", "json"});
     const auto process = start(releaseArguments(arguments), variables);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!isReached() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    await([this] { return isReached(); });
     EXPECT_TRUE(process->signalGroup(SIGINT));
 
     const Outcome ended = finish(*process);
@@ -154,6 +168,7 @@ TEST_P(InterruptedStep, leavesNothingBehind) {
 
 const Arguments project{"Demo.xcodeproj", "--scheme", "Demo", "--codesign-identity", identity};
 const Arguments app{"Demo.app", "--codesign-identity", identity};
+const Arguments localBuild{"Demo.app", "--codesign-identity", identity, "--output", "out"};
 
 INSTANTIATE_TEST_SUITE_P(Release, InterruptedStep,
                          testing::Values(StepCase{"importing", {"Mine.dmg"}, "hdiutil attach"},
@@ -167,6 +182,173 @@ INSTANTIATE_TEST_SUITE_P(Release, InterruptedStep,
                                          StepCase{"stapling", project, "stapler staple"},
                                          StepCase{"zipping", {"Demo.app"}, ""}),
                          CaseName());
+
+/// Releases whose notarization goes on for ever, and takes no notice of SIGTERM.
+class Notarizing : public ReleaseWithTools {
+protected:
+    Notarizing() {
+        tools.script("notarytool submit", {R"([{"ignore": 15}, {"spawn": 600}, {"out": "  id: )" +
+                                           submission + R"(\n"}, {"hang": true}])"});
+    }
+
+    std::unique_ptr<RunningProcess> startNotarizing(const std::string& prelude = "") {
+        auto process = start(releaseArguments(localBuild), variables, prelude);
+        await([this] {
+            return std::filesystem::exists(folder / "error") &&
+                   readText(folder / "error").find(submission) != std::string::npos;
+        });
+        return process;
+    }
+
+    void expectNoTools() {
+        EXPECT_THAT(tools.processNumbers(), testing::Not(IsEmpty()));
+        for (const pid_t number : tools.processNumbers())
+            EXPECT_TRUE(vanishes(number));
+    }
+
+    bool keyExists() const {
+        return std::ranges::any_of(temporaryFiles(),
+                                   [](const auto& file) { return file.extension() == ".p8"; });
+    }
+
+    /// 'T' for a process that is stopped.
+    static char stateOf(pid_t number) {
+        const std::string status = readText("/proc/" + std::to_string(number) + "/stat");
+        return status.at(status.rfind(')') + 2);
+    }
+
+    const std::string submission = "2efe2717-52ef-43a5-96dc-0797e4ca1041";
+};
+
+TEST_F(Notarizing, aSecondSignalKillsTheToolsAndStillCleansUp) {
+    const auto process = startNotarizing();
+    EXPECT_TRUE(keyExists());
+    const auto begin = std::chrono::steady_clock::now();
+    process->signalGroup(SIGINT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    process->signalGroup(SIGINT);
+    const Outcome ended = finish(*process);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2500))
+        << "without its patience";
+    EXPECT_EQ(ended.status, 130);
+    EXPECT_THAT(ended.output, EndsWith("\nThe release was cancelled.\n"));
+    expectNoTools();
+    script("test ! -e Demo.dmg && test ! -e out");
+}
+
+TEST_F(Notarizing, ControlBackslashLeavesNoKey) {
+    mayLeaveTemporaryFiles = true;
+    const auto process = startNotarizing();
+    process->signalGroup(SIGQUIT);
+    EXPECT_EQ(finish(*process).status, 128 + SIGQUIT);
+    EXPECT_FALSE(keyExists());
+    for (const pid_t number : tools.processNumbers()) // nobody was there to end a tool that ignores SIGTERM
+        ::kill(number, SIGKILL);
+}
+
+TEST_F(Notarizing, theNextRunRemovesTheKeyOfAKilledOne) {
+    mayLeaveTemporaryFiles = true;
+    const auto process = startNotarizing();
+    process->signalGroup(SIGKILL);
+    EXPECT_EQ(finish(*process).status, -SIGKILL);
+    EXPECT_TRUE(keyExists());
+    run({"config", "show", "--bundle-id", "com.example.demo"});
+    EXPECT_FALSE(keyExists());
+    for (const pid_t number : tools.processNumbers())
+        ::kill(number, SIGKILL);
+}
+
+TEST_F(Notarizing, signalsIgnoredAtTheStartStayIgnored) {
+    const auto process = startNotarizing("trap '' HUP INT;");
+    process->signalGroup(SIGHUP);
+    process->signalGroup(SIGINT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_TRUE(process->signalGroup(0));
+    process->signalGroup(SIGTERM);
+    process->signalGroup(SIGTERM);
+    EXPECT_EQ(finish(*process).status, 128 + SIGTERM);
+    expectNoTools();
+}
+
+TEST_F(Notarizing, ControlZStopsTheToolsToo) {
+    const auto process = startNotarizing("echo $$ >../pid;");
+    std::vector<pid_t> all = tools.processNumbers();
+    std::erase_if(all, [](pid_t number) { return !isAlive(number); });
+    all.push_back(std::stoi(awaitText(folder / "pid")));
+    const auto allAreStopped = [&](bool stopped) {
+        return std::ranges::all_of(all, [&](pid_t number) { return (stateOf(number) == 'T') == stopped; });
+    };
+    process->signalGroup(SIGTSTP);
+    await([&] { return allAreStopped(true); });
+    process->signalGroup(SIGCONT);
+    await([&] { return allAreStopped(false); });
+    process->signalGroup(SIGINT);
+    process->signalGroup(SIGTERM);
+    EXPECT_EQ(finish(*process).status, 130);
+}
+
+TEST_F(ReleaseWithTools, aCleanUpThatHangsIsGivenUp) {
+    mayLeaveTemporaryFiles = true;
+    const auto program = folder / "root/usr/bin/hdiutil";
+    std::filesystem::remove(program);
+    folder.write("root/usr/bin/hdiutil",
+                 "#!/bin/sh\n[ \"$1\" = attach ] || exec " HALVO_TOOLBOX "/usr/bin/hdiutil \"$@\"\n"
+                 "trap '' TERM\necho $$ >\"$SCRIPTED_TOOLS/hdiutil\"\nexec sleep 60\n");
+    std::filesystem::permissions(program, std::filesystem::perms(0755));
+    for (const int count : {2, 3}) {
+        const auto process = start(releaseArguments(app), variables);
+        const pid_t tool = std::stoi(awaitText(tools / "hdiutil")); // it is not ended half-way
+        const auto begin = std::chrono::steady_clock::now();
+        for (int signal = 0; signal < count; ++signal) {
+            process->signalGroup(SIGINT);
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        EXPECT_EQ(finish(*process).status, 130);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
+        ::kill(tool, SIGKILL);
+        std::filesystem::remove(tools / "hdiutil");
+    }
+}
+
+TEST_F(ReleaseWithTools, tellsWhatTheNotaryServiceFound) {
+    tools.script("notarytool submit",
+                 {R"([{"out": "  id: 2efe2717-52ef-43a5-96dc-0797e4ca1041\n  status: Invalid\n"}])"});
+    tools.script(
+        "notarytool log",
+        {R"([{"out": "{\"statusSummary\": \"Errors\", \"issues\": [{\"severity\": \"error\", \"path\": \"Demo.app\", \"message\": \"Not signed\", \"architecture\": \"arm64\"}]}"}])"});
+    const std::string headline =
+        "Release failed: Notarization submission failed: Apple's notary service answered \"Invalid\" to submission 2efe2717-52ef-43a5-96dc-0797e4ca1041: Errors";
+    const Arguments arguments{"Demo.app", "--codesign-identity", identity, "--output", "out"};
+    EXPECT_THAT(
+        release(arguments).output,
+        EndsWith("\n" + headline +
+                 "\nPath      Severity  Message     Architecture\nDemo.app  error     Not signed  arm64\n"));
+    Arguments inJSON = localBuild;
+    inJSON.insert(inJSON.end(), {"--format", "json"});
+    EXPECT_EQ(nlohmann::json::parse(release(inJSON).output),
+              (nlohmann::json{{"code", "release_failed"},
+                              {"message", headline + "\nerror: Demo.app: Not signed (arm64)"}}));
+    const struct {
+        const char* code;
+        const char* said;
+    } cases[] = {{"notary_agreement_required", "HTTP status code: 403. A required agreement is missing"},
+                 {"notary_unreachable", "The network connection was lost."}};
+    for (const auto& row : cases) {
+        tools.script("notarytool submit",
+                     {"[{\"err\": \"Error: " + std::string(row.said) + "\"}, {\"exit\": 1}]"});
+        const auto report = nlohmann::json::parse(release(inJSON).output);
+        EXPECT_EQ(report.at("code"), row.code);
+        EXPECT_THAT(report.at("message").get<std::string>(), EndsWith(row.said));
+    }
+    tools.script("notarytool submit",
+                 {R"([{"err": "Error: No Keychain password item found for profile: P\n"}, {"exit": 69}])"});
+    inJSON.insert(inJSON.end(), {"--keychain-profile", "P"});
+    EXPECT_EQ(
+        nlohmann::json::parse(
+            release(inJSON, {{"ASC_API_KEY_ID", ""}, {"ASC_API_ISSUER", ""}, {"ASC_API_KEY", ""}}).output)
+            .at("code"),
+        "notary_profile_missing");
+}
 
 } // namespace
 } // namespace halvo::test

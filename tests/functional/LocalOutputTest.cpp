@@ -50,6 +50,22 @@ TEST_F(LocalOutput, replacesAnOlderArtefactAndReportsInJSON) {
     script("unzip -tq \"$1\"", {target.string()});
 }
 
+TEST_F(LocalOutput, needsStandardOutputAlone) {
+    AppBundle().writeTo(work);
+    const Arguments arguments =
+        releaseArguments({"Demo.app", "--skip-notarization", "-o", ".", "--format", "json"});
+    for (const char* prelude : {"exec 2>&-;", "exec 2>/dev/full;", "exec <&- 2>&-;"}) {
+        const Outcome built = run(arguments, variables, prelude);
+        EXPECT_EQ(built.status, 0) << prelude;
+        EXPECT_TRUE(nlohmann::json::accept(built.output)) << prelude;
+    }
+    for (const char* prelude : {"exec >&-;", "exec >/dev/full;"}) {
+        const Outcome built = run(arguments, variables, prelude);
+        EXPECT_EQ(built.status, 1) << prelude;
+        EXPECT_THAT(built.error, HasSubstr("Error: The output cannot be written: ")) << prelude;
+    }
+}
+
 TEST_F(LocalOutput, copiesTheUsersOwnArchive) {
     AppBundle().writeTo(work);
     script("zip -q -r -y Mine.zip Demo.app");

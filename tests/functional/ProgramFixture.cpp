@@ -41,10 +41,12 @@ ProgramTest::ProgramTest()
         std::filesystem::create_directories(directory);
 }
 
-std::unique_ptr<RunningProcess> ProgramTest::start(const Arguments& arguments, const Variables& variables) {
+std::unique_ptr<RunningProcess> ProgramTest::start(const Arguments& arguments, const Variables& variables,
+                                                   const std::string& prelude) {
     Arguments values{work.string(), (folder / "output").string(), (folder / "error").string(), HALVO_PROGRAM};
     values.insert(values.end(), arguments.begin(), arguments.end());
-    ProcessRequest request = shell("cd \"$1\"; exec >\"$2\" 2>\"$3\"; shift 3; exec \"$@\"", values);
+    ProcessRequest request =
+        shell("cd \"$1\"; exec >\"$2\" 2>\"$3\"; shift 3; " + prelude + " exec \"$@\"", values);
     request.environment = variables;
     request.ownGroup = true;
     return processes.start(request);
@@ -66,8 +68,8 @@ Outcome ProgramTest::finish(RunningProcess& process) {
     return run;
 }
 
-Outcome ProgramTest::run(const Arguments& arguments, const Variables& variables) {
-    return finish(*start(arguments, variables));
+Outcome ProgramTest::run(const Arguments& arguments, const Variables& variables, const std::string& prelude) {
+    return finish(*start(arguments, variables, prelude));
 }
 
 std::string ProgramTest::script(const std::string& text, const Arguments& arguments) {
@@ -78,7 +80,7 @@ std::string ProgramTest::script(const std::string& text, const Arguments& argume
     const ProcessResult result = processes.run(request);
     if (!result.succeeded())
         throw std::runtime_error("the script failed: " + text + "\n" + result.errorText());
-    return result.outputText();
+    return result.standardOutput.substr(0, result.standardOutput.find_last_not_of(" \t\r\n") + 1);
 }
 
 ProgramTest::SigningKey ProgramTest::makeSigningKey(char seed) {

@@ -31,9 +31,11 @@ protected:
     ProgramTest();
 
     /// Runs `halvo` with `work` as its directory; `variables` come on top of the environment.
-    Outcome run(const Arguments& arguments, const Variables& variables = {});
-    /// Starts it in a process group of its own. `finish` waits for it.
-    std::unique_ptr<RunningProcess> start(const Arguments& arguments, const Variables& variables = {});
+    Outcome run(const Arguments& arguments, const Variables& variables = {}, const std::string& prelude = "");
+    /// Starts it in a process group of its own, from a shell that runs `prelude` first. `finish` waits for
+    /// it.
+    std::unique_ptr<RunningProcess> start(const Arguments& arguments, const Variables& variables = {},
+                                          const std::string& prelude = "");
     Outcome finish(RunningProcess& process);
 
     /// Runs a script of /bin/sh in `work`, with its arguments as $1, $2 ..., and gives what it printed

@@ -90,8 +90,7 @@ void expectReport(const Outcome& outcome, const std::string& code,
 }
 
 constexpr const char* archivesNeedDMG =
-    "Release failed: Xcode archives require DMG format to be enabled. Archives need to be exported and "
-    "codesigned, which is only supported with DMG packaging. Please enable DMG in your release settings.";
+    "Release failed: Xcode archives require DMG format to be enabled. Archives need to be exported and codesigned, which is only supported with DMG packaging. Please enable DMG in your release settings.";
 
 TEST_F(ProjectRelease, archivesWithoutSigningAndRemovesTheArchive) {
     expectReport(build({"--format", "json"}), "release_failed", archivesNeedDMG);
@@ -142,29 +141,29 @@ const Arguments profileSigning{
 
 INSTANTIATE_TEST_SUITE_P(
     ProjectRelease, SigningLadder,
-    testing::Values(LadderCase{"profile",
-                               {"--provisioning-profile", "Demo.provisionprofile"},
-                               apiKey, // which the profile outranks
-                               withProfile,
-                               profileSigning},
-                    LadderCase{"profileOfTheEnvironment",
-                               {"--non-interactive"},
-                               {{"HALVO_PROVISIONING_PROFILE", "c2lnbmVk\n"}},
-                               withProfile,
-                               profileSigning},
-                    LadderCase{"apiKey",
-                               {"--non-interactive"},
-                               apiKey,
-                               "Entitlements require a provisioning profile; retrying with App Store Connect "
-                               "API-key provisioning",
-                               {"-allowProvisioningUpdates", "-authenticationKeyPath", "",
-                                "-authenticationKeyID", "KEY1", "-authenticationKeyIssuerID", "issuer-1"}},
-                    LadderCase{
-                        "projectsSigning",
-                        {},
-                        {},
-                        "Entitlements require a provisioning profile; retrying with the project's signing",
-                        {"-allowProvisioningUpdates"}}),
+    testing::Values(
+        LadderCase{"profile",
+                   {"--provisioning-profile", "Demo.provisionprofile"},
+                   apiKey, // which the profile outranks
+                   withProfile,
+                   profileSigning},
+        LadderCase{"profileOfTheEnvironment",
+                   {"--non-interactive"},
+                   {{"HALVO_PROVISIONING_PROFILE", "c2lnbmVk\n"}},
+                   withProfile,
+                   profileSigning},
+        LadderCase{
+            "apiKey",
+            {"--non-interactive"},
+            apiKey,
+            "Entitlements require a provisioning profile; retrying with App Store Connect API-key provisioning",
+            {"-allowProvisioningUpdates", "-authenticationKeyPath", "", "-authenticationKeyID", "KEY1",
+             "-authenticationKeyIssuerID", "issuer-1"}},
+        LadderCase{"projectsSigning",
+                   {},
+                   {},
+                   "Entitlements require a provisioning profile; retrying with the project's signing",
+                   {"-allowProvisioningUpdates"}}),
     CaseName());
 
 TEST_F(ProjectRelease, saysWhatIsMissingWhenTheLadderRanOut) {
@@ -198,13 +197,10 @@ TEST_F(ProjectRelease, doesNotTryAgainAfterAnotherFailure) {
 
 TEST_F(ProjectRelease, stopsWhenTheAppDoesNotCarryTheRequestedVersions) {
     tools.script("xcodebuild archive", {R"([{"archive": {"CFBundleVersion": "3"}}])"});
-    expectReport(build({"--format", "json", "--build-number", "12", "--marketing-version", "1.3"}),
-                 "build_version_override_ignored",
-                 "Requested build number 12 but the archived app has 3.\nxcodebuild ignored "
-                 "CURRENT_PROJECT_VERSION, which means your target hardcodes CFBundleVersion in a checked-in "
-                 "Info.plist instead of referencing the build setting.\nFix: set CFBundleVersion to "
-                 "$(CURRENT_PROJECT_VERSION) in your Info.plist, or enable \"Generate Info.plist File\" "
-                 "(GENERATE_INFOPLIST_FILE = YES) in the target's build settings.");
+    expectReport(
+        build({"--format", "json", "--build-number", "12", "--marketing-version", "1.3"}),
+        "build_version_override_ignored",
+        "Requested build number 12 but the archived app has 3.\nxcodebuild ignored CURRENT_PROJECT_VERSION, which means your target hardcodes CFBundleVersion in a checked-in Info.plist instead of referencing the build setting.\nFix: set CFBundleVersion to $(CURRENT_PROJECT_VERSION) in your Info.plist, or enable \"Generate Info.plist File\" (GENERATE_INFOPLIST_FILE = YES) in the target's build settings.");
 }
 
 struct BuildNumberCase {
@@ -335,28 +331,26 @@ INSTANTIATE_TEST_SUITE_P(
                     {},
                     "invalid_argument",
                     "Provisioning profile not found at WORK/None.provisionprofile"},
-        ProfileCase{"noBase64",
-                    "",
-                    {{"HALVO_PROVISIONING_PROFILE", "*"}},
-                    {},
-                    "invalid_argument",
-                    "HALVO_PROVISIONING_PROFILE is not valid base64. Encode the profile with `base64 < "
-                    "profile.provisionprofile | pbcopy`."},
+        ProfileCase{
+            "noBase64",
+            "",
+            {{"HALVO_PROVISIONING_PROFILE", "*"}},
+            {},
+            "invalid_argument",
+            "HALVO_PROVISIONING_PROFILE is not valid base64. Encode the profile with `base64 < profile.provisionprofile | pbcopy`."},
         ProfileCase{"noUUID",
                     "",
                     {{"HALVO_PROVISIONING_PROFILE", "eA=="}},
                     {{"UUID", 7}},
                     "invalid_argument",
                     "Provisioning profile \"Demo Profile\" has no UUID; the file appears malformed."},
-        ProfileCase{"managedByXcode",
-                    "Demo.provisionprofile",
-                    {},
-                    {{"IsXcodeManaged", true}},
-                    "release_failed",
-                    "Release failed: \"Demo Profile\" is managed by Xcode, and manual signing can't use it. "
-                    "Create your own Developer ID Application profile at "
-                    "https://developer.apple.com/account/resources/profiles/list and pass that file with "
-                    "--provisioning-profile."}),
+        ProfileCase{
+            "managedByXcode",
+            "Demo.provisionprofile",
+            {},
+            {{"IsXcodeManaged", true}},
+            "release_failed",
+            "Release failed: \"Demo Profile\" is managed by Xcode, and manual signing can't use it. Create your own Developer ID Application profile at https://developer.apple.com/account/resources/profiles/list and pass that file with --provisioning-profile."}),
     CaseName());
 
 /// With a disk image to build, so that the archive is exported.
@@ -366,9 +360,10 @@ TEST_F(ProjectRelease, exportsAnewWithTheKeyAndBuildsADiskImage) {
     tools.script("xcodebuild -exportArchive", {needsProfile, exports});
     const Outcome outcome = build(toDMG, apiKey);
     EXPECT_EQ(outcome.status, 0) << outcome.error;
-    EXPECT_THAT(outcome.error,
-                HasSubstr("\nEntitlements require a provisioning profile; retrying export with App "
-                          "Store Connect API-key provisioning\n"));
+    EXPECT_THAT(
+        outcome.error,
+        HasSubstr(
+            "\nEntitlements require a provisioning profile; retrying export with App Store Connect API-key provisioning\n"));
     const auto result = nlohmann::json::parse(outcome.output);
     EXPECT_EQ(result.at("path"), (work / "out/Demo-1.2.dmg").string());
     EXPECT_EQ(result.at("format"), "dmg");

@@ -7,33 +7,30 @@
 namespace halvo::test {
 namespace {
 
-std::deque<std::string> linesOf(const std::string& text) {
-    const std::vector<std::string> parts = split(text, '\n');
-    std::deque<std::string> lines(parts.begin(), parts.end());
-    if (lines.back().empty())
-        lines.pop_back();
-    return lines;
-}
-
 class EndedProcess final : public RunningProcess {
 public:
-    explicit EndedProcess(const ProcessResult& result)
-        : lines{linesOf(result.standardOutput), linesOf(result.standardError)},
-          termination(result.termination) {}
+    explicit EndedProcess(const ProcessResult& result) : termination(result.termination) {
+        queue(OutputStream::standardOutput, result.standardOutput);
+        queue(OutputStream::standardError, result.standardError);
+    }
 
-    std::optional<std::string> readLine(OutputStream stream) override {
-        std::deque<std::string>& rest = lines[static_cast<std::size_t>(stream)];
-        if (rest.empty())
-            return std::nullopt;
-        std::string line = rest.front();
-        rest.pop_front();
+    Event next(std::optional<Instant>) override {
+        if (lines.empty())
+            return End{termination};
+        Line line = lines.front();
+        lines.pop_front();
         return line;
     }
     bool signalGroup(int) override { return false; }
-    Termination wait() override { return termination; }
 
 private:
-    std::deque<std::string> lines[2];
+    void queue(OutputStream stream, const std::string& text) {
+        for (const std::string& line : split(text, '\n'))
+            if (!line.empty())
+                lines.push_back({stream, line});
+    }
+
+    std::deque<Line> lines;
     Termination termination;
 };
 

@@ -152,14 +152,16 @@ private:
 
     static void notarize(const Platform& platform, Terminal& terminal, const std::string& profile,
                          const URL& image) {
-        Notarizer notarizer(platform.processes, platform.temporaryDirectory, platform.cancellation);
-        terminal.progressStep({.message = "Notarizing DMG",
-                               .successMessage = "DMG notarized",
-                               .errorMessage = "Failed to notarize DMG"},
-                              [&](ProgressUpdater&) {
-                                  notarizer.notarize(image.filePath(),
-                                                     {NotarizationCredentials::KeychainProfile{profile}});
-                              });
+        Notarizer notarizer({platform.processes, platform.clock}, platform.temporaryDirectory,
+                            platform.cancellation);
+        terminal.progressStep(
+            {.message = "Notarizing DMG",
+             .successMessage = "DMG notarized",
+             .errorMessage = "Failed to notarize DMG"},
+            [&](ProgressUpdater& line) {
+                notarizer.notarize(image.filePath(), {NotarizationCredentials::KeychainProfile{profile}},
+                                   {.onProgress = [&line](const std::string& text) { line.update(text); }});
+            });
     }
 
     std::string appPath{};

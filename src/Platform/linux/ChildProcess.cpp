@@ -16,70 +16,69 @@ namespace {
 
 using Steady = std::chrono::steady_clock;
 
-constexpr std::size_t chunkSize = 256 << 10;
+/// How often a child is asked whether it has ended where the kernel has no pidfd (before 5.3).
+constexpr std::chrono::milliseconds endPoll{20};
 
-struct Ready {
-    bool first = false;
-    bool second = false;
-    bool ended = false;
-    bool cancelled = false;
-};
+[[noreturn]] void failSystem(std::string action) {
+    throw ProcessError(ProcessError::SystemFailure{std::move(action), errno});
+}
 
-bool isReady(const pollfd& entry) { return entry.revents != 0; }
-
-/// Waits for up to four descriptors; -1 stands for none. Nothing is ready when the time is over.
-Ready waitForAny(int first, int second, int end, int cancelled,
-                 std::optional<Steady::time_point> deadline = std::nullopt) {
-    std::array<pollfd, 4> entries{
-        {{first, POLLIN, 0}, {second, POLLIN, 0}, {end, POLLIN, 0}, {cancelled, POLLIN, 0}}};
-    for (;;) {
-        int timeout = -1;
-        if (deadline) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Steady::now()).count();
-            timeout = static_cast<int>(std::clamp<long long>(left, 0, std::numeric_limits<int>::max()));
-        }
-        if (::poll(entries.data(), entries.size(), timeout) >= 0)
-            return {isReady(entries[0]), isReady(entries[1]), isReady(entries[2]), isReady(entries[3])};
-        if (errno != EINTR)
-            throw ProcessError(ProcessError::SystemFailure{"wait for a tool", errno});
-    }
+/// For poll(2): rounded up, so that it does not wake before the deadline; -1 without one.
+int millisecondsUntil(std::optional<Steady::time_point> deadline) {
+    if (!deadline)
+        return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Steady::now()).count();
+    return static_cast<int>(std::clamp<long long>(left, 0, std::numeric_limits<int>::max()));
 }
 
 Descriptor makeEvent() {
     Descriptor event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!event.isOpen())
-        throw ProcessError(ProcessError::SystemFailure{"start a tool", errno});
+        failSystem("start a tool");
     return event;
-}
-
-Termination terminationOf(const siginfo_t& info) {
-    const auto kind = info.si_code == CLD_EXITED ? Termination::Kind::exited : Termination::Kind::signalled;
-    return {kind, info.si_status};
 }
 
 } // namespace
 
+void RunningChildren::add(pid_t pid, pid_t target, std::stop_token cancellation) {
+    const std::lock_guard lock(mutex);
+    children[pid] = {target, std::move(cancellation)};
+}
+
+void RunningChildren::remove(pid_t pid) {
+    const std::lock_guard lock(mutex);
+    children.erase(pid);
+}
+
+void RunningChildren::signal(int number) {
+    const std::lock_guard lock(mutex);
+    for (const auto& [pid, child] : children)
+        ::kill(child.target, number);
+}
+
+void RunningChildren::killCancelled() {
+    const std::lock_guard lock(mutex);
+    for (const auto& [pid, child] : children)
+        if (child.cancellation.stop_requested())
+            ::kill(child.target, SIGKILL);
+}
+
 ChildProcess::ChildProcess(const std::filesystem::path& executable, const ProcessRequest& request,
-                           const Environment& environment)
-    : ownGroup(request.ownGroup), steps(request.teardown), cancelled(makeEvent()),
-      cancellation(request.cancellation, [this] { wakeReaders(); }) {
+                           const Environment& environment, RunningChildren& children)
+    : ownGroup(request.ownGroup), steps(request.teardown), children(children), cancelled(makeEvent()),
+      buffer(256 << 10), cancellation(request.cancellation, [this] { ::eventfd_write(cancelled.get(), 1); }) {
     if (request.cancellation.stop_requested())
         throw CancelledError();
     SpawnedChild child = spawn(executable, request, environment);
     pid = child.pid;
+    children.add(pid, ownGroup ? -pid : pid, request.cancellation);
     sources[0].pipe = std::move(child.standardOutput);
     sources[1].pipe = std::move(child.standardError);
     end = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
-    if (!end.isOpen()) {
-        const int code = errno;
-        signal(SIGKILL);
-        reap();
-        throw ProcessError(ProcessError::SystemFailure{"watch a tool", code});
-    }
 }
 
 ChildProcess::~ChildProcess() {
-    if (termination)
+    if (ended)
         return;
     try {
         tearDown();
@@ -88,129 +87,133 @@ ChildProcess::~ChildProcess() {
     }
 }
 
-void ChildProcess::wakeReaders() const { ::eventfd_write(cancelled.get(), 1); }
-
-int ChildProcess::Source::descriptor() {
-    const std::lock_guard lock(mutex);
-    return atEnd ? -1 : pipe.get();
+bool ChildProcess::hasEnded() const {
+    siginfo_t info{};
+    return ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           info.si_pid == pid;
 }
 
-void ChildProcess::Source::noteChildEnded() {
-    const std::lock_guard lock(mutex);
-    int available = 0;
-    if (!rest && ::ioctl(pipe.get(), FIONREAD, &available) == 0)
-        rest = static_cast<std::size_t>(available);
-}
-
-std::size_t ChildProcess::Source::readAvailable(std::span<char> buffer) {
-    const std::lock_guard lock(mutex);
-    if (rest)
-        buffer = buffer.first(std::min(buffer.size(), *rest));
-    ssize_t count = 0;
-    if (!atEnd && !buffer.empty()) {
-        do
-            count = ::read(pipe.get(), buffer.data(), buffer.size());
-        while (count < 0 && errno == EINTR);
-    }
-    if (count < 0 && errno != EAGAIN)
-        throw ProcessError(ProcessError::SystemFailure{"read a tool's output", errno});
-    atEnd = count <= 0;
-    if (atEnd)
-        return 0;
-    if (rest)
-        *rest -= static_cast<std::size_t>(count);
-    return static_cast<std::size_t>(count);
-}
-
-std::size_t ChildProcess::read(OutputStream stream, std::span<char> buffer) {
-    Source& reading = source(stream);
-    const Ready ready = waitForAny(reading.descriptor(), -1, end.get(), cancelled.get());
-    if (ready.cancelled)
-        throw CancelledError();
-    if (ready.ended)
-        reading.noteChildEnded();
-    return reading.readAvailable(buffer);
-}
-
-void ChildProcess::readBoth(const Receiver& receive) {
-    std::vector<char> buffer(chunkSize);
-    const auto pass = [&](OutputStream stream) {
-        const std::size_t count = source(stream).readAvailable(buffer);
-        receive(stream, std::span(buffer).first(count));
-        return count > 0;
-    };
+/// Nothing is ready when the deadline has passed.
+ChildProcess::Ready ChildProcess::waitForAny(std::optional<Instant> deadline, bool heedsCancellation) const {
+    std::array<pollfd, 4> entries{{{sources[0].pipe.get(), POLLIN, 0},
+                                   {sources[1].pipe.get(), POLLIN, 0},
+                                   {end.get(), POLLIN, 0},
+                                   {heedsCancellation ? cancelled.get() : -1, POLLIN, 0}}};
     for (;;) {
-        const Ready ready =
-            waitForAny(sources[0].descriptor(), sources[1].descriptor(), end.get(), cancelled.get());
-        if (ready.cancelled)
-            throw CancelledError();
-        if (ready.ended)
-            break;
-        if (ready.first)
-            pass(OutputStream::standardOutput);
-        if (ready.second)
-            pass(OutputStream::standardError);
+        const auto wake =
+            end.isOpen() ? deadline : std::min(deadline.value_or(Instant::max()), Steady::now() + endPoll);
+        const int count = ::poll(entries.data(), entries.size(), millisecondsUntil(wake));
+        if (count < 0 && errno != EINTR)
+            failSystem("wait for a tool");
+        const auto isReady = [&](std::size_t index) { return count > 0 && entries[index].revents != 0; };
+        const Ready ready{.streams = {isReady(0), isReady(1)},
+                          .ended = end.isOpen() ? isReady(2) : hasEnded(),
+                          .cancelled = isReady(3)};
+        if (count > 0 || ready.ended || (deadline && Steady::now() >= *deadline))
+            return ready;
     }
-    for (const OutputStream stream : {OutputStream::standardOutput, OutputStream::standardError}) {
-        source(stream).noteChildEnded();
-        while (pass(stream))
+}
+
+bool ChildProcess::readPipe(std::size_t index, std::size_t limit, const Receiver& receive) {
+    Descriptor& pipe = sources[index].pipe;
+    ssize_t count = 0;
+    do
+        count = ::read(pipe.get(), buffer.data(), std::min(buffer.size(), limit));
+    while (count < 0 && errno == EINTR);
+    if (count < 0 && errno != EAGAIN)
+        failSystem("read a tool's output");
+    if (count == 0)
+        pipe.close();
+    if (count > 0 && receive)
+        receive(static_cast<OutputStream>(index), std::span(buffer).first(static_cast<std::size_t>(count)));
+    return count > 0;
+}
+
+void ChildProcess::readRest(const Receiver& receive) {
+    for (const std::size_t index : {0, 1}) {
+        int available = 0;
+        if (!sources[index].pipe.isOpen() || ::ioctl(sources[index].pipe.get(), FIONREAD, &available) != 0)
+            continue;
+        std::size_t rest = static_cast<std::size_t>(available);
+        const Receiver counting = [&](OutputStream stream, std::span<const char> bytes) {
+            rest -= bytes.size();
+            receive(stream, bytes);
+        };
+        while (rest > 0 && readPipe(index, rest, counting))
             ;
     }
 }
 
-bool ChildProcess::signal(int number) {
-    const std::lock_guard lock(mutex);
-    return !termination && ::kill(ownGroup ? -pid : pid, number) == 0;
-}
-
-Termination ChildProcess::wait() {
-    if (waitForAny(-1, -1, end.get(), cancelled.get()).cancelled)
+bool ChildProcess::read(std::optional<Instant> deadline, const Receiver& receive) {
+    const Ready ready = waitForAny(deadline, true);
+    if (ready.cancelled) {
+        tearDown();
         throw CancelledError();
-    return reap();
+    }
+    if (ready.ended) {
+        readRest(receive);
+        reap();
+        return true;
+    }
+    for (const std::size_t index : {0, 1})
+        if (ready.streams[index])
+            readPipe(index, buffer.size(), receive);
+    return ready.streams[0] || ready.streams[1];
 }
 
-Termination ChildProcess::reap() {
-    const std::lock_guard lock(mutex);
-    if (termination)
-        return *termination;
+RunningProcess::Event ChildProcess::next(std::optional<Instant> deadline) {
+    const Receiver split = [this](OutputStream stream, std::span<const char> bytes) {
+        sources[static_cast<std::size_t>(stream)].lines.feed(bytes);
+    };
+    for (;;) {
+        for (const std::size_t index : {0, 1})
+            if (auto line = sources[index].lines.next())
+                return Line{static_cast<OutputStream>(index), *std::move(line)};
+        if (ended)
+            return End{*ended};
+        if (!read(deadline, split))
+            return TimeOut{sources[0].lines.begun()};
+        if (ended)
+            for (Source& source : sources)
+                source.lines.finish();
+    }
+}
+
+bool ChildProcess::signalGroup(int number) { return !ended && ::kill(ownGroup ? -pid : pid, number) == 0; }
+
+void ChildProcess::reap() {
+    children.remove(pid);
     siginfo_t info{};
     int result = 0;
     do
         result = ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED);
     while (result != 0 && errno == EINTR);
     if (result != 0)
-        throw ProcessError(ProcessError::SystemFailure{"learn how a tool ended", errno});
-    termination = terminationOf(info);
-    return *termination;
-}
-
-bool ChildProcess::drainUntilEnd(Steady::time_point deadline) {
-    std::vector<char> dropped(chunkSize);
-    do {
-        const Ready ready =
-            waitForAny(sources[0].descriptor(), sources[1].descriptor(), end.get(), -1, deadline);
-        if (ready.ended)
-            return true;
-        if (ready.first)
-            sources[0].readAvailable(dropped);
-        if (ready.second)
-            sources[1].readAvailable(dropped);
-    } while (Steady::now() < deadline);
-    return false;
+        failSystem("learn how a tool ended");
+    ended = {info.si_code == CLD_EXITED ? Termination::Kind::exited : Termination::Kind::signalled,
+             info.si_status};
 }
 
 void ChildProcess::tearDown() {
-    bool ended = false;
+    bool gone = false;
     for (const TeardownStep& step : steps) {
-        signal(step.signal);
-        ended = drainUntilEnd(Steady::now() + step.wait);
-        if (ended)
+        signalGroup(step.signal);
+        const Instant deadline = Steady::now() + step.wait;
+        // What it still writes is dropped: it could not end with a full pipe.
+        while (!gone && Steady::now() < deadline) {
+            const Ready ready = waitForAny(deadline, false);
+            gone = ready.ended;
+            for (const std::size_t index : {0, 1})
+                if (ready.streams[index])
+                    readPipe(index, buffer.size(), {});
+        }
+        if (gone)
             break;
     }
     // The leader may be gone while others of its group are not; until it is reaped, its number is still its
     // own.
-    if (!ended || ownGroup)
-        signal(SIGKILL);
+    if (!gone || ownGroup)
+        signalGroup(SIGKILL);
     reap();
 }
 

@@ -1,70 +1,81 @@
 #pragma once
 
+#include "../LineSplitter.h"
 #include "Spawn.h"
 
 #include <functional>
+#include <map>
 #include <mutex>
 #include <span>
 
 namespace halvo {
 
-/// A child from its start to the moment when its end is known. Destroying it while the child runs tears the
-/// child down.
-class ChildProcess {
+/// The children that are not reaped yet, whose numbers are therefore still their own.
+class RunningChildren {
+public:
+    /// `target` is what kill(2) takes: the negative number for a group.
+    void add(pid_t pid, pid_t target, std::stop_token cancellation);
+    void remove(pid_t pid);
+    void signal(int number);
+    void killCancelled();
+
+private:
+    struct Child {
+        pid_t target = 0;
+        std::stop_token cancellation{};
+    };
+    std::mutex mutex;
+    std::map<pid_t, Child> children;
+};
+
+/// A child from its start to the moment when its end is known.
+class ChildProcess final : public RunningProcess {
 public:
     ChildProcess(const std::filesystem::path& executable, const ProcessRequest& request,
-                 const Environment& environment);
+                 const Environment& environment, RunningChildren& children);
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
-    ~ChildProcess();
+    ~ChildProcess() override;
 
-    /// Waits until a stream has bytes and reads some of them; 0 at its end. After the child's end, only what
-    /// was in the pipe by then is read: a grandchild may hold the other side open for ever. Throws
-    /// CancelledError.
-    std::size_t read(OutputStream stream, std::span<char> buffer);
+    Event next(std::optional<Instant> deadline) override;
+    bool signalGroup(int number) override;
 
-    /// Reads both streams at once until the child is gone. Throws CancelledError.
+    /// Waits for output and hands over what is there. After the child's end, only what was in the pipes by
+    /// then is handed over: a grandchild may hold their other side open for ever. False when nothing came by
+    /// the deadline. Throws CancelledError after the teardown.
     using Receiver = std::function<void(OutputStream, std::span<const char>)>;
-    void readBoth(const Receiver& receive);
+    bool read(std::optional<Instant> deadline, const Receiver& receive);
+    /// Known once read() has seen the end.
+    const std::optional<Termination>& termination() const { return ended; }
 
-    /// See RunningProcess::signalGroup.
-    bool signal(int number);
-
-    /// Waits for the end. Throws CancelledError.
-    Termination wait();
-
+private:
+    struct Source {
+        Descriptor pipe{};
+        LineSplitter lines{};
+    };
+    struct Ready {
+        bool streams[2] = {false, false};
+        bool ended = false;
+        bool cancelled = false;
+    };
+    Ready waitForAny(std::optional<Instant> deadline, bool heedsCancellation) const;
+    bool hasEnded() const;
+    /// Whether the pipe gave anything; at its end it is closed. Does not wait.
+    bool readPipe(std::size_t index, std::size_t limit, const Receiver& receive);
+    void readRest(const Receiver& receive);
+    void reap();
     /// Goes through the steps of the request, then kills what is left, and waits for the end.
     void tearDown();
 
-private:
-    /// Our side of one output pipe. The lock is for a teardown beside a reader that does not know of it yet.
-    struct Source {
-        Descriptor pipe{};
-        std::mutex mutex{};
-        std::optional<std::size_t> rest{}; ///< bytes still to be read, once the child is gone
-        bool atEnd = false;
-
-        /// What to poll; -1 at the end.
-        int descriptor();
-        void noteChildEnded();
-        /// Does not wait; 0 when nothing is there, which is the end when this follows a poll.
-        std::size_t readAvailable(std::span<char> buffer);
-    };
-    Source& source(OutputStream stream) { return sources[static_cast<std::size_t>(stream)]; }
-    /// Drops all output until the child ends or the time is over; whether it ended.
-    bool drainUntilEnd(std::chrono::steady_clock::time_point deadline);
-    Termination reap();
-    void wakeReaders() const;
-
     const bool ownGroup;
     const std::vector<TeardownStep> steps;
+    RunningChildren& children;
     Descriptor cancelled; ///< an eventfd, readable for good once cancellation is requested
     pid_t pid = 0;
-    Descriptor end; ///< a pidfd, readable for good once the child has ended
+    Descriptor end; ///< a pidfd, readable for good once the child has ended; closed on kernels without them
     Source sources[2];
-
-    std::mutex mutex; ///< guards `termination`, and the pid against being signalled after it is given back
-    std::optional<Termination> termination;
+    std::vector<char> buffer;
+    std::optional<Termination> ended;
     std::stop_callback<std::function<void()>> cancellation; ///< last: it may call at once
 };
 

@@ -3,18 +3,23 @@
 #include <Base/Failure.h>
 
 #include <dlfcn.h>
+#include <sys/auxv.h>
 
 namespace halvo {
 namespace {
 
 std::filesystem::path findModule(std::string_view name) {
-    const std::filesystem::path folder = executablePath().parent_path();
+    const std::filesystem::path executable = executablePath();
+    if (executable.empty()) // a path relative to nothing would be one of the working directory
+        throw Failure(
+            "Halvo cannot tell where it is installed, since /proc is not mounted. Start it by its full path.");
+    const std::filesystem::path folder = executable.parent_path();
     const std::filesystem::path relative =
         std::filesystem::path("libexec/halvo/modules") / (std::string(name) + ".so");
     for (const auto& base : {folder, folder.parent_path()})
         if (std::filesystem::exists(base / relative))
             return base / relative;
-    throw Failure("Halvo's module " + std::string(name) + " is missing beside " + executablePath().string() +
+    throw Failure("Halvo's module " + std::string(name) + " is missing beside " + executable.string() +
                   ". Install Halvo again.");
 }
 
@@ -22,7 +27,15 @@ std::filesystem::path findModule(std::string_view name) {
 
 std::filesystem::path executablePath() {
     std::error_code failed;
-    return std::filesystem::read_symlink("/proc/self/exe", failed);
+    const std::filesystem::path linked = std::filesystem::read_symlink("/proc/self/exe", failed);
+    if (!failed)
+        return linked;
+    // Without /proc: as the kernel was told to start it, when that leaves no doubt.
+    const auto* started = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+    if (started == nullptr || *started != '/')
+        return {};
+    const std::filesystem::path canonical = std::filesystem::canonical(started, failed);
+    return failed ? std::filesystem::path() : canonical;
 }
 
 LoadedModule::LoadedModule(std::string_view name)

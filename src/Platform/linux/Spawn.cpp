@@ -19,14 +19,6 @@ namespace {
     throw ProcessError(ProcessError::SystemFailure{std::move(action), code});
 }
 
-/// Keeps our descriptors clear of 0 to 2, which may be free when this process was started without them: the
-/// child's streams are put there one after the other, and must not overwrite one that is still needed.
-Descriptor aboveStandardStreams(Descriptor descriptor) {
-    if (!descriptor.isOpen() || descriptor.get() > STDERR_FILENO)
-        return descriptor;
-    return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
-
 struct Pipe {
     Descriptor reading;
     Descriptor writing;
@@ -36,10 +28,7 @@ Pipe makePipe() {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
         failSystem("create a pipe", errno);
-    Pipe pipe{aboveStandardStreams(Descriptor(ends[0])), aboveStandardStreams(Descriptor(ends[1]))};
-    if (!pipe.reading.isOpen() || !pipe.writing.isOpen())
-        failSystem("create a pipe", errno);
-    return pipe;
+    return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
 Pipe makeOutputPipe() {
@@ -55,7 +44,7 @@ Pipe makeOutputPipe() {
 /// The text as a file in memory: whole from the start, so nobody has to feed a pipe that the tool may never
 /// read, and it never touches a disk.
 Descriptor memoryFile(std::string_view text) {
-    Descriptor file = aboveStandardStreams(Descriptor(::memfd_create("standard input", MFD_CLOEXEC)));
+    Descriptor file(::memfd_create("standard input", MFD_CLOEXEC));
     if (!file.isOpen())
         failSystem("prepare standard input", errno);
     while (!text.empty()) {
@@ -69,29 +58,40 @@ Descriptor memoryFile(std::string_view text) {
     return file;
 }
 
-Descriptor openStandardInput(const std::optional<std::string>& input) {
-    if (input)
-        return memoryFile(*input);
-    Descriptor nothing = aboveStandardStreams(Descriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC)));
+Descriptor openNothing() {
+    Descriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
     if (!nothing.isOpen())
         failSystem("open /dev/null", errno);
     return nothing;
 }
 
-/// Texts as exec wants them. They must outlive the pointers.
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> list;
-    for (std::string& text : texts) {
-        if (text.find('\0') != std::string::npos) // the tool would see less than was asked
-            failSystem("pass a text with a zero byte to a tool", EINVAL);
-        list.push_back(text.data());
+/// Texts as exec wants them.
+class TextList {
+public:
+    explicit TextList(std::vector<std::string> all) : texts(std::move(all)) {
+        for (std::string& text : texts) {
+            if (text.find('\0') != std::string::npos) // the tool would see less than was asked
+                failSystem("pass a text with a zero byte to a tool", EINVAL);
+            pointers.push_back(text.data());
+        }
+        pointers.push_back(nullptr);
     }
-    list.push_back(nullptr);
-    return list;
+    TextList(const TextList&) = delete;
+    TextList& operator=(const TextList&) = delete;
+    char* const* get() const { return pointers.data(); }
+
+private:
+    std::vector<std::string> texts;
+    std::vector<char*> pointers;
+};
+
+std::vector<std::string> withExecutable(const std::filesystem::path& executable, Arguments arguments) {
+    arguments.insert(arguments.begin(), executable.string());
+    return arguments;
 }
 
 std::vector<std::string> childEnvironment(const Environment& inherited,
-                                          const std::map<std::string, std::string>& overrides) {
+                                          const std::map<std::string, std::string>& overrides = {}) {
     std::map<std::string, std::string> variables = inherited.all();
     for (const auto& [name, value] : overrides)
         variables[name] = value;
@@ -108,10 +108,16 @@ struct ChildPlan {
     char* const* arguments = nullptr;
     char* const* variables = nullptr;
     std::array<int, 3> streams{};
-    int failure = -1; ///< takes the error number of an exec that failed, and closes when it worked
     bool ownGroup = false;
-    pid_t parent = 0;
+    bool detached = false;
+    pid_t parent = ::getpid();
+    int failure = -1; ///< takes a byte when the program could not be executed, and closes when it could
 };
+
+[[noreturn]] void giveUp(const ChildPlan& plan) {
+    [[maybe_unused]] const ssize_t told = ::write(plan.failure, "x", 1);
+    ::_exit(127); // as shells count
+}
 
 void resetSignals() {
     struct sigaction byDefault {};
@@ -123,35 +129,49 @@ void resetSignals() {
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-[[noreturn]] void becomeTool(const ChildPlan& plan) {
-    constexpr int notStarted = 127; // as shells count
-    // A tool does not outlive a Halvo that was killed and could not end it. The system counts the thread that
-    // started it, which waits for it.
-    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    if (::getppid() != plan.parent)
-        ::_exit(notStarted);
+/// Whatever a library opened without close-on-exec stays here.
+void closeOthersOnExec() {
+    if (::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
+        return;
+    constexpr int usualLimit = 1024; // kernels before 5.11
+    for (int number = STDERR_FILENO + 1; number < usualLimit; ++number)
+        ::fcntl(number, F_SETFD, FD_CLOEXEC);
+}
+
+[[noreturn]] void becomeProgram(const ChildPlan& plan) {
+    if (plan.detached) {
+        ::setsid();
+        const pid_t grandchild = ::fork();
+        if (grandchild < 0)
+            giveUp(plan);
+        if (grandchild > 0)
+            ::_exit(0);
+    } else {
+        // A tool does not outlive a Halvo that was killed and could not end it. The system counts the thread
+        // that started it, which waits for it.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (::getppid() != plan.parent)
+            giveUp(plan);
+    }
     if (plan.ownGroup)
         ::setpgid(0, 0);
     resetSignals();
     for (int stream = 0; stream < 3; ++stream)
         ::dup2(plan.streams[static_cast<std::size_t>(stream)], stream);
-    // Whatever a library opened without close-on-exec stays here.
-    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    closeOthersOnExec();
     ::execve(plan.executable, plan.arguments, plan.variables);
-    const int code = errno;
-    [[maybe_unused]] const ssize_t told = ::write(plan.failure, &code, sizeof code);
-    ::_exit(notStarted);
+    giveUp(plan);
 }
 
 /// Forks with all signals blocked, so that none is handled in the child before it has reset them.
-pid_t forkTool(const ChildPlan& plan) {
+pid_t forkProgram(const ChildPlan& plan) {
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);
     const pid_t child = ::fork();
     if (child == 0)
-        becomeTool(plan);
+        becomeProgram(plan);
     const int code = errno;
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (child < 0)
@@ -159,14 +179,20 @@ pid_t forkTool(const ChildPlan& plan) {
     return child;
 }
 
-/// Whether the child became the tool. Waits until that is decided.
-bool hasStarted(const Descriptor& failure) {
-    int code = 0;
+/// The child; absent when the program could not be executed. Waits until that is decided.
+std::optional<pid_t> start(ChildPlan plan) {
+    Pipe failure = makePipe();
+    plan.failure = failure.writing.get();
+    const pid_t child = forkProgram(plan);
+    failure.writing.close();
+    char told = 0;
     ssize_t count = 0;
     do
-        count = ::read(failure.get(), &code, sizeof code);
+        count = ::read(failure.reading.get(), &told, sizeof told);
     while (count < 0 && errno == EINTR);
-    return count == 0;
+    if (count > 0 || plan.detached)
+        ::waitpid(child, nullptr, 0);
+    return count == 0 ? std::optional(child) : std::nullopt;
 }
 
 } // namespace
@@ -175,31 +201,32 @@ SpawnedChild spawn(const std::filesystem::path& executable, const ProcessRequest
                    const Environment& environment) {
     if (!executable.is_absolute())
         throw ProcessError(ProcessError::CannotStart{request.executable});
-    std::vector<std::string> arguments = request.arguments;
-    arguments.insert(arguments.begin(), executable.string());
-    std::vector<std::string> variables = childEnvironment(environment, request.environment);
-
-    const Descriptor input = openStandardInput(request.input);
+    const TextList arguments(withExecutable(executable, request.arguments));
+    const TextList variables(childEnvironment(environment, request.environment));
+    const Descriptor input = request.input ? memoryFile(*request.input) : openNothing();
     Pipe output = makeOutputPipe();
     Pipe error = makeOutputPipe();
-    Pipe failure = makePipe();
-    const std::vector<char*> argumentPointers = pointers(arguments);
-    const std::vector<char*> variablePointers = pointers(variables);
-    SpawnedChild child{.standardOutput = std::move(output.reading),
-                       .standardError = std::move(error.reading)};
-    child.pid = forkTool({.executable = executable.c_str(),
-                          .arguments = argumentPointers.data(),
-                          .variables = variablePointers.data(),
-                          .streams = {input.get(), output.writing.get(), error.writing.get()},
-                          .failure = failure.writing.get(),
-                          .ownGroup = request.ownGroup,
-                          .parent = ::getpid()});
-    failure.writing.close();
-    if (!hasStarted(failure.reading)) {
-        ::waitpid(child.pid, nullptr, 0);
+    const auto child = start({.executable = executable.c_str(),
+                              .arguments = arguments.get(),
+                              .variables = variables.get(),
+                              .streams = {input.get(), output.writing.get(), error.writing.get()},
+                              .ownGroup = request.ownGroup});
+    if (!child)
         throw ProcessError(ProcessError::CannotStart{request.executable});
-    }
-    return child;
+    return {*child, std::move(output.reading), std::move(error.reading)};
+}
+
+bool spawnDetached(const std::filesystem::path& executable, const Arguments& arguments,
+                   const Environment& environment) {
+    const TextList all(withExecutable(executable, arguments));
+    const TextList variables(childEnvironment(environment));
+    const Descriptor nothing = openNothing();
+    return start({.executable = executable.c_str(),
+                  .arguments = all.get(),
+                  .variables = variables.get(),
+                  .streams = {nothing.get(), nothing.get(), nothing.get()},
+                  .detached = true})
+        .has_value();
 }
 
 } // namespace halvo

@@ -22,4 +22,9 @@ struct SpawnedChild {
 SpawnedChild spawn(const std::filesystem::path& executable, const ProcessRequest& request,
                    const Environment& environment);
 
+/// Starts a program that outlives this one: in a session of its own, without streams, adopted by init. False
+/// when it cannot be started.
+bool spawnDetached(const std::filesystem::path& executable, const Arguments& arguments,
+                   const Environment& environment);
+
 } // namespace halvo

@@ -5,19 +5,18 @@
 #include <DiskImage/DiskImages.h>
 #include <HFSPlus/HFSPlusError.h>
 #include <Platform/Clock.h>
+#include <Platform/Descriptor.h>
 #include <Platform/Files.h>
+#include <Platform/Interruption.h>
 #include <Platform/SystemProcessRunner.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <stop_token>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -199,37 +198,9 @@ void report(const std::string& verb, const std::exception& failure) {
         std::fprintf(stderr, "%s\n", detail.c_str());
 }
 
-/// Ends operations when the program is interrupted, so that they remove what they began.
-class Interruption {
-public:
-    /// Before any other thread starts: all inherit that the signals wait.
-    Interruption() {
-        sigemptyset(&signals);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-            sigaddset(&signals, signal);
-        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-        watcher = std::jthread([this](const std::stop_token& end) {
-            const timespec pause{.tv_nsec = 50'000'000};
-            while (!end.stop_requested())
-                if (const int signal = sigtimedwait(&signals, nullptr, &pause); signal > 0) {
-                    received = signal;
-                    source.request_stop();
-                    return;
-                }
-        });
-    }
-    std::stop_token token() const { return source.get_token(); }
-    int exitCode() const { return 128 + received; }
-
-private:
-    sigset_t signals{};
-    std::stop_source source;
-    std::atomic<int> received{0};
-    std::jthread watcher;
-};
-
 int run(const std::string& verb, const Verb operation, const HdiutilArguments& arguments) {
-    Interruption interruption;
+    std::stop_source cancellation;
+    const Interruption interruption(cancellation, {});
     const Environment environment = Environment::ofProcess();
     SystemProcessRunner processes(environment, ToolPaths(Environment(), ""));
     try {
@@ -237,11 +208,11 @@ int run(const std::string& verb, const Verb operation, const HdiutilArguments& a
                            .processes = processes,
                            .environment = environment,
                            .now = SystemClock().now(),
-                           .cancellation = interruption.token()});
+                           .cancellation = cancellation.get_token()});
         operation(images, arguments);
         return std::fflush(stdout) == 0 ? 0 : failed;
     } catch (const CancelledError&) {
-        return interruption.exitCode();
+        return interruption.status().value_or(failed);
     } catch (const UsageError& error) {
         std::fprintf(stderr, "hdiutil: %s: %s\n", verb.c_str(), error.what());
     } catch (const std::exception& error) {
@@ -254,6 +225,7 @@ int run(const std::string& verb, const Verb operation, const HdiutilArguments& a
 } // namespace halvo
 
 int main(int count, char** values) {
+    halvo::occupyStandardStreams();
     const std::vector<std::string> arguments(values + 1, values + count);
     const halvo::Verb verb = arguments.empty() ? nullptr : halvo::findVerb(arguments[0]);
     if (!verb) {

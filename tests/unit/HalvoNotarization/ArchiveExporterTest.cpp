@@ -2,7 +2,6 @@
 
 #include <Base/PropertyList.h>
 #include <Base/Text.h>
-#include <Support/CaseName.h>
 #include <Support/ScriptedTools.h>
 #include <Support/Shell.h>
 #include <Support/Thrown.h>
@@ -15,7 +14,6 @@
 namespace halvo {
 namespace {
 
-using test::CaseName;
 using test::descriptionThrown;
 using test::ScriptedTools;
 using testing::ElementsAre;
@@ -49,18 +47,15 @@ PropertyList options(const Signing& signing) {
 }
 
 TEST(ExportOptions, nameTheSigningStyle) {
-    EXPECT_EQ(options(automatic), PropertyList(PropertyListDictionary{{"destination", "export"},
-                                                                      {"method", "developer-id"},
-                                                                      {"teamID", "ABCDE12345"},
-                                                                      {"signingStyle", "automatic"}}));
-    PropertyListDictionary byHand{{"destination", "export"},
-                                  {"method", "developer-id"},
-                                  {"teamID", "ABCDE12345"},
-                                  {"signingStyle", "manual"},
-                                  {"signingCertificate", "Me & <you>"}};
-    EXPECT_EQ(options({Signing::Manual{"Me & <you>", {}}}), PropertyList(byHand));
-    byHand.emplace("provisioningProfiles", PropertyListDictionary{{"a.b", "P"}, {"c.d", "Q"}});
-    EXPECT_EQ(options({Signing::Manual{"Me & <you>", {{"a.b", "P"}, {"c.d", "Q"}}}}), PropertyList(byHand));
+    PropertyListDictionary expected{
+        {"destination", "export"}, {"method", "developer-id"}, {"teamID", "ABCDE12345"}};
+    expected.insert_or_assign("signingStyle", "automatic");
+    EXPECT_EQ(options(automatic), PropertyList(expected));
+    expected.insert_or_assign("signingStyle", "manual");
+    expected.insert_or_assign("signingCertificate", "Me & <you>");
+    EXPECT_EQ(options({Signing::Manual{"Me & <you>", {}}}), PropertyList(expected));
+    expected.insert_or_assign("provisioningProfiles", PropertyListDictionary{{"a.b", "P"}, {"c.d", "Q"}});
+    EXPECT_EQ(options({Signing::Manual{"Me & <you>", {{"a.b", "P"}, {"c.d", "Q"}}}}), PropertyList(expected));
 }
 
 TEST_F(ArchiveExporterTest, exportsWithAKeyThatIsGoneAfterwards) {
@@ -91,40 +86,27 @@ TEST_F(ArchiveExporterTest, exportsByHandAndFindsTheAppBesideOtherThings) {
                 ElementsAre(leadingArguments(app.parent_path())));
 }
 
-struct ExportFailureCase {
-    std::string_view name;
-    const char* steps;
-    const char* failure; ///< with ARCHIVE and FOLDER for the two paths
-};
-
-class ExportFailure : public ArchiveExporterTest, public testing::WithParamInterface<ExportFailureCase> {};
-
-TEST_P(ExportFailure, isNamedAndLeavesTheFolderButNoKey) {
-    tools.script("xcodebuild -exportArchive", {GetParam().steps});
-    const std::string description =
-        descriptionThrown<ArchiveExportError>([&] { exporter.exportArchive(archive, "T", withKey); });
-    const auto names = tools.leftovers();
-    ASSERT_THAT(names, ElementsAre(StartsWith("HalvoExport-")));
-    std::string expected = replacingAll(GetParam().failure, "ARCHIVE", archive.string());
-    EXPECT_EQ(description,
-              replacingAll(expected, "FOLDER", (tools.temporaryDirectory() / names[0]).string()));
+TEST_F(ArchiveExporterTest, namesAFailureAndLeavesTheFolderButNoKey) {
+    const std::pair<const char*, std::string> cases[] = {
+        {R"([{"err": "error: exportArchive: No signing certificate\n"}, {"exit": 70}])",
+         "Export failed: error: exportArchive: No signing certificate"},
+        {R"([{"err": "error: \"Demo\" requires a provisioning profile.\n"}, {"exit": 70}])",
+         "error: \"Demo\" requires a provisioning profile."},
+        {R"([{"write": ["{export}/Demo.app.dSYM/x", ""]}])",
+         "xcodebuild produced no .app in the export of " + archive.string()},
+        {R"([{"write": ["{export}/A.app/x", ""]}, {"write": ["{export}/B.app/x", ""]}])",
+         "xcodebuild produced 2 top-level .app bundles at FOLDER; expected exactly one"}};
+    for (const auto& [steps, failure] : cases) {
+        tools.script("xcodebuild -exportArchive", {steps});
+        const std::string description =
+            descriptionThrown<ArchiveExportError>([&] { exporter.exportArchive(archive, "T", withKey); });
+        const auto names = tools.leftovers();
+        ASSERT_THAT(names, ElementsAre(StartsWith("HalvoExport-")));
+        const auto folder = tools.temporaryDirectory() / names[0];
+        EXPECT_EQ(description, replacingAll(failure, "FOLDER", folder.string()));
+        std::filesystem::remove_all(folder);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ArchiveExporter, ExportFailure,
-    testing::Values(
-        ExportFailureCase{"exitCode",
-                          R"([{"err": "error: exportArchive: No signing certificate\n"}, {"exit": 70}])",
-                          "Export failed: error: exportArchive: No signing certificate"},
-        ExportFailureCase{"profileMissing",
-                          R"([{"err": "error: \"Demo\" requires a provisioning profile.\n"}, {"exit": 70}])",
-                          "error: \"Demo\" requires a provisioning profile."},
-        ExportFailureCase{"noApp", R"([{"write": ["{export}/Demo.app.dSYM/x", ""]}])",
-                          "xcodebuild produced no .app in the export of ARCHIVE"},
-        ExportFailureCase{"twoApps",
-                          R"([{"write": ["{export}/A.app/x", ""]}, {"write": ["{export}/B.app/x", ""]}])",
-                          "xcodebuild produced 2 top-level .app bundles at FOLDER; expected exactly one"}),
-    CaseName());
 
 TEST_F(ArchiveExporterTest, endsTheWholeGroupAndRemovesItsFilesWhenCancelled) {
     tools.script("xcodebuild -exportArchive", {R"([{"spawn": 60}, {"out": "ready"}, {"hang": true}])"});
@@ -150,28 +132,19 @@ TEST_F(ArchiveExporterTest, startsNothingForAMissingArchive) {
 }
 
 TEST(AppURL, comesFromTheArchivesInfo) {
-    const struct {
-        std::string_view name;
-        const char* info;
-        const char* failure; ///< with ARCHIVE for the path; empty: found
-    } cases[] = {{"found",
-                  "<plist><dict><key>ApplicationProperties</key><dict><key>ApplicationPath</key>"
-                  "<string>Applications/My App.app</string></dict></dict></plist>",
-                  ""},
-                 {"noProperties", "<plist><dict><key>Name</key><string>Demo</string></dict></plist>",
-                  "Archive ARCHIVE is missing ApplicationPath in Info.plist"},
-                 {"garbage", "\xff\xfe garbage", "Archive not found at ARCHIVE"}};
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
-        const test::TemporaryFolder folder;
-        const auto archive = folder.write("Demo.xcarchive/Info.plist", row.info).parent_path();
-        const std::string failure = replacingAll(row.failure, "ARCHIVE", archive.string());
-        if (failure.empty())
-            EXPECT_EQ(ArchiveExporter::appURL(archive), archive / "Products/Applications/My App.app");
-        else
-            EXPECT_EQ(descriptionThrown<ArchiveExportError>([&] { ArchiveExporter::appURL(archive); }),
-                      failure);
-    }
+    const test::TemporaryFolder folder;
+    const auto archive = folder.write("Demo.xcarchive/Info.plist", "\xff\xfe garbage").parent_path();
+    const auto failure = [&] {
+        return descriptionThrown<ArchiveExportError>([&] { ArchiveExporter::appURL(archive); });
+    };
+    EXPECT_EQ(failure(), "Archive not found at " + archive.string());
+    folder.write("Demo.xcarchive/Info.plist",
+                 "<plist><dict><key>Name</key><string>Demo</string></dict></plist>");
+    EXPECT_EQ(failure(), "Archive " + archive.string() + " is missing ApplicationPath in Info.plist");
+    folder.write(
+        "Demo.xcarchive/Info.plist",
+        "<plist><dict><key>ApplicationProperties</key><dict><key>ApplicationPath</key><string>Applications/My App.app</string></dict></dict></plist>");
+    EXPECT_EQ(ArchiveExporter::appURL(archive), archive / "Products/Applications/My App.app");
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include <Support/Shell.h>
 #include <Support/TemporaryFolder.h>
 
-#include <thread>
+#include <array>
 
 #include <gtest/gtest.h>
 
@@ -14,11 +14,20 @@ using test::shell;
 using test::TemporaryFolder;
 using Lines = std::vector<std::string>;
 
-Lines readAll(RunningProcess& process, OutputStream stream) {
-    Lines lines;
-    while (auto line = process.readLine(stream))
-        lines.push_back(*line);
-    return lines;
+/// All lines to the end, by stream.
+std::array<Lines, 2> readAll(RunningProcess& process) {
+    std::array<Lines, 2> lines;
+    for (;;) {
+        auto event = process.next();
+        if (const auto* line = std::get_if<RunningProcess::Line>(&event))
+            lines[static_cast<std::size_t>(line->stream)].push_back(line->text);
+        else
+            return lines;
+    }
+}
+
+pid_t readNumber(RunningProcess& process) {
+    return std::stoi(std::get<RunningProcess::Line>(process.next()).text);
 }
 
 class ProcessStreamTest : public testing::Test {
@@ -28,27 +37,23 @@ protected:
 };
 
 TEST_F(ProcessStreamTest, cutsLinesAtBreaks) {
-    const struct {
-        std::string_view name;
-        const char* script;
-        Lines lines;
-    } cases[] = {{"lineFeeds", "printf 'a\\n\\nb\\n'", {"a", "", "b"}},
-                 {"overwrittenProgress", "printf '10%%\\r20%%\\rdone\\n'", {"10%", "20%", "done"}},
-                 {"breakInTwoPieces", "printf 'a\\r'; sleep 0.1; printf '\\nb\\n'", {"a", "b"}},
-                 {"lineInTwoPieces", "printf 'a'; sleep 0.1; printf 'b\\nc'", {"ab", "c"}},
-                 {"notUTF8", "printf 'a\\377b\\n'", {"a\ufffdb"}},
-                 {"characterInTwoPieces", "printf '\\303'; sleep 0.1; printf '\\251\\n'", {"\u00e9"}}};
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.name);
-        const auto process = runner.start(shell(row.script));
-        EXPECT_EQ(readAll(*process, OutputStream::standardOutput), row.lines);
+    const std::pair<const char*, Lines> cases[] = {
+        {"printf 'a\\n\\nb\\n'", {"a", "", "b"}},
+        {"printf '10%%\\r20%%\\rdone\\n'", {"10%", "20%", "done"}},
+        {"printf 'a\\r'; sleep 0.1; printf '\\nb\\n'", {"a", "b"}},
+        {"printf 'a'; sleep 0.1; printf 'b\\nc'", {"ab", "c"}},
+        {"printf 'a\\377b\\n'", {"a\ufffdb"}},
+        {"printf '\\303'; sleep 0.1; printf '\\251\\n'", {"\u00e9"}}};
+    for (const auto& [script, lines] : cases) {
+        const auto process = runner.start(shell(script));
+        EXPECT_EQ(readAll(*process)[0], lines) << script;
         EXPECT_TRUE(process->wait().succeeded());
     }
 }
 
 TEST_F(ProcessStreamTest, cutsAnEndlessLineIntoPieces) {
     const auto process = runner.start(shell("head -c 2500000 /dev/zero | tr '\\0' x"));
-    const Lines lines = readAll(*process, OutputStream::standardOutput);
+    const Lines lines = readAll(*process)[0];
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_EQ(lines[0].size(), std::size_t(1) << 20);
     EXPECT_EQ(lines[0].size() + lines[1].size() + lines[2].size(), 2500000u);
@@ -56,14 +61,22 @@ TEST_F(ProcessStreamTest, cutsAnEndlessLineIntoPieces) {
 
 TEST_F(ProcessStreamTest, readsBothStreamsAtOnce) {
     const auto process = runner.start(shell("seq 1 200000 & seq 1 100000 >&2; wait"));
-    Lines errors;
-    std::jthread reader([&] { errors = readAll(*process, OutputStream::standardError); });
-    const Lines lines = readAll(*process, OutputStream::standardOutput);
-    reader.join();
+    const auto [lines, errors] = readAll(*process);
     EXPECT_TRUE(process->wait().succeeded());
     EXPECT_EQ(lines.size(), 200000u);
     EXPECT_EQ(lines.back(), "200000");
     EXPECT_EQ(errors.size(), 100000u);
+}
+
+TEST_F(ProcessStreamTest, tellsWhenNothingCameInTime) {
+    const auto process = runner.start(shell("printf 'In Progress..'; sleep 0.5; exit 3"));
+    RunningProcess::Event event =
+        process->next(std::chrono::steady_clock::now() + std::chrono::milliseconds(200));
+    ASSERT_TRUE(std::holds_alternative<RunningProcess::TimeOut>(event));
+    EXPECT_EQ(std::get<RunningProcess::TimeOut>(event).begun, "In Progress..");
+    EXPECT_EQ(std::get<RunningProcess::Line>(process->next()).text, "In Progress..");
+    for (int time = 0; time < 2; ++time)
+        EXPECT_EQ(std::get<RunningProcess::End>(process->next()).termination.value, 3);
 }
 
 TEST_F(ProcessStreamTest, endsAlthoughAGrandchildKeepsThePipeFull) {
@@ -72,7 +85,7 @@ TEST_F(ProcessStreamTest, endsAlthoughAGrandchildKeepsThePipeFull) {
         runner.start(shell("yes & echo $! > \"$1\"; sleep 0.05", {(folder / "pid").string()}));
     std::size_t lines = 0;
     constexpr std::size_t enough = 10'000'000; // far beyond what comes before the end of the child
-    while (lines < enough && process->readLine(OutputStream::standardOutput))
+    while (lines < enough && !std::holds_alternative<RunningProcess::End>(process->next()))
         ++lines;
     ::kill(std::stoi(test::awaitText(folder / "pid")), SIGKILL);
     EXPECT_LT(lines, enough);
@@ -82,8 +95,8 @@ TEST_F(ProcessStreamTest, signalsTheWholeGroupOfItsChild) {
     ProcessRequest request = shell("sh -c 'echo $$; exec sleep 60' & echo $$; wait");
     request.ownGroup = true;
     const auto process = runner.start(request);
-    const pid_t first = std::stoi(*process->readLine(OutputStream::standardOutput));
-    const pid_t second = std::stoi(*process->readLine(OutputStream::standardOutput));
+    const pid_t first = readNumber(*process);
+    const pid_t second = readNumber(*process);
     EXPECT_TRUE(process->signalGroup(SIGKILL));
     EXPECT_EQ(process->wait(), (Termination{Termination::Kind::signalled, SIGKILL}));
     EXPECT_TRUE(test::vanishes(first));
@@ -99,8 +112,8 @@ TEST_F(ProcessStreamTest, tearsDownAChildThatNobodyWaitsFor) {
     pid_t child = 0;
     {
         const auto process = runner.start(request);
-        grandchild = std::stoi(*process->readLine(OutputStream::standardOutput));
-        child = std::stoi(*process->readLine(OutputStream::standardOutput));
+        grandchild = readNumber(*process);
+        child = readNumber(*process);
     }
     EXPECT_TRUE(test::vanishes(grandchild));
     EXPECT_FALSE(test::isAlive(child));

@@ -190,31 +190,5 @@ TEST(ProgressStepInAPipe, hasNothingOfAWait) {
     EXPECT_EQ(buffers.output->text + buffers.error->text, "");
 }
 
-TEST(ProgressStepOnABrokenTerminal, failsInsteadOfGoingOnUnseen) {
-    class BrokenOutput final : public OutputPipeline {
-    public:
-        void write(std::string_view) override {
-            if (writes++ > 2)
-                throw OutputError(EIO);
-        }
-        TerminalDescription description() const override { return {.interactive = true}; }
-        void setCursorVisible(bool) override {}
-
-    private:
-        std::atomic<int> writes = 0;
-    };
-    const auto broken = std::make_shared<BrokenOutput>();
-    Terminal terminal({broken, broken, std::make_shared<test::ScriptedInput>()}, Theme(),
-                      [] { return std::chrono::steady_clock::now(); });
-    EXPECT_THROW(terminal.progressStep(archiving,
-                                       [](ProgressUpdater& line) {
-                                           for (int update = 0; update < 1000; ++update) {
-                                               std::this_thread::sleep_for(10ms);
-                                               line.update("on");
-                                           }
-                                       }),
-                 OutputError);
-}
-
 } // namespace
 } // namespace halvo

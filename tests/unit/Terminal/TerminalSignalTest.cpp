@@ -1,5 +1,7 @@
 #include "PseudoTerminal.h"
 
+#include <Platform/Interruption.h>
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -19,25 +21,13 @@ std::optional<std::string> xterm(const std::string& name) {
 }
 
 constexpr int cancelledStatus = 30;
-constexpr int endedBySecondStatus = 31;
 const TextQuestion password{.prompt = "What is your password?", .secure = true};
 
-/// As the program does: the first Ctrl-C cancels, the second ends the process at once.
+/// As the program does.
 int runInterruptible(const std::function<void(Terminal&)>& body) {
-    sigset_t interrupt;
-    ::sigemptyset(&interrupt);
-    ::sigaddset(&interrupt, SIGINT);
-    ::pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);
     std::stop_source cancellation;
-    std::thread([interrupt, &cancellation] {
-        int signal = 0;
-        ::sigwait(&interrupt, &signal);
-        cancellation.request_stop();
-        ::sigwait(&interrupt, &signal);
-        restoreTerminal();
-        ::_exit(endedBySecondStatus);
-    }).detach(); // ends with the process
-
+    const Interruption interruption(
+        cancellation, {.abandon = restoreTerminal, .suspend = restoreTerminal, .resume = takeTerminalAgain});
     const auto now = [] { return std::chrono::steady_clock::now(); };
     Terminal terminal(TerminalStreams::ofProcess(xterm), Theme(), now, cancellation.get_token());
     try {
@@ -67,7 +57,7 @@ TEST(ControlC, cancelsAPromptAndRestoresTheTerminal) {
     terminal.expectScreen("What is your password?\n❯ •••");
 }
 
-TEST(ControlC, pressedTwiceShowsTheCursorThatAStepHid) {
+TEST(ControlC, pressedThriceShowsTheCursorThatAStepHid) {
     PseudoTerminal terminal;
     terminal.run([] {
         return runInterruptible([](Terminal& kit) {
@@ -76,9 +66,30 @@ TEST(ControlC, pressedTwiceShowsTheCursorThatAStepHid) {
     });
     terminal.expectToSee("Working");
     EXPECT_FALSE(terminal.cursorVisible());
-    EXPECT_EQ(terminal.exitStatus("\x03"), endedBySecondStatus);
+    EXPECT_EQ(terminal.exitStatus("\x03"), 128 + SIGINT);
     terminal.expectCursor();
     EXPECT_EQ(terminal.screen().find("Working"), std::string::npos);
+}
+
+TEST(ControlZ, showsTheCursorWhileTheProcessIsStopped) {
+    PseudoTerminal terminal;
+    terminal.run([] {
+        return runInterruptible([](Terminal& kit) {
+            kit.progressStep({"Working", "Done", "Failed"}, [](ProgressUpdater&) { beBusy(); });
+        });
+    });
+    terminal.expectToSee("Working");
+    terminal.type("\x1a"); // no shell is here that could continue it: it goes on at once
+    const auto wasGivenBackAndTaken = [&] {
+        const std::string bytes = terminal.transcript();
+        const std::size_t shown = bytes.find("\x1b[?25h");
+        return shown != std::string::npos && bytes.find("\x1b[?25l", shown) != std::string::npos;
+    };
+    for (int attempt = 0; attempt < 500 && !wasGivenBackAndTaken(); ++attempt)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(wasGivenBackAndTaken());
+    EXPECT_FALSE(terminal.cursorVisible());
+    EXPECT_EQ(terminal.exitStatus("\x03"), 128 + SIGINT);
 }
 
 TEST(RestoreTerminal, doesNothingWhenNothingWasChanged) {

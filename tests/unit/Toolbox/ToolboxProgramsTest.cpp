@@ -166,7 +166,8 @@ TEST_F(ToolboxPrograms, findStapledTickets) {
     const auto stapled = write("stapled.dmg", test::diskImage(withTicket));
     const auto plain = write("plain.dmg", test::diskImage(distributed()));
     const auto bundle = app(test::thinMachO(distributed()));
-    Notarizer notarizer(runner, folder.path());
+    SystemClock clock;
+    Notarizer notarizer({runner, clock}, folder.path());
     EXPECT_TRUE(notarizer.isNotarized(stapled));
     EXPECT_FALSE(notarizer.isNotarized(plain));
     EXPECT_FALSE(notarizer.isNotarized(bundle));
@@ -180,7 +181,8 @@ TEST_F(ToolboxPrograms, findStapledTickets) {
 
 TEST_F(ToolboxPrograms, sayWhatNeedsAMac) {
     const auto image = write("demo.dmg", test::diskImage({}));
-    Notarizer notarizer(runner, folder.path());
+    SystemClock clock;
+    Notarizer notarizer({runner, clock}, folder.path());
     EXPECT_EQ(descriptionThrown<CodesigningError>([&] { Codesigner(runner, log).sign(image, "Me"); }),
               "Codesigning failed: " + image.string() +
                   ": signing needs the identities of a macOS keychain; sign on a Mac");

@@ -27,9 +27,9 @@ std::optional<Escalation> escalation(const std::optional<ResolvedProvisioningPro
                           "Entitlements require a provisioning profile; retrying with the provided profile"};
     if (const auto notarization = credentials.resolveNotarizationCredentials())
         if (auto key = authenticationKey(*notarization))
-            return Escalation{{Signing::Automatic{std::move(key)}},
-                              "Entitlements require a provisioning profile; retrying with App Store Connect "
-                              "API-key provisioning"};
+            return Escalation{
+                {Signing::Automatic{std::move(key)}},
+                "Entitlements require a provisioning profile; retrying with App Store Connect API-key provisioning"};
     if (interactive)
         return Escalation{{Signing::Automatic{}},
                           "Entitlements require a provisioning profile; retrying with the project's signing"};
@@ -52,8 +52,8 @@ CLIError unknownBuildNumber(const std::exception& error) {
 ProjectBuild::ProjectBuild(const ReleaseOptions& options, const ReleaseCredentials& credentials,
                            Platform& platform, const OutputContext& context)
     : options(options), credentials(credentials), clock(platform.clock), context(context),
-      xcode({platform.processes, platform.clock, platform.environment, platform.log},
-            platform.temporaryDirectory, platform.cancellation) {
+      xcode({platform.processes, platform.environment, platform.log}, platform.temporaryDirectory,
+            platform.cancellation) {
     if (!options.scheme || options.scheme->empty())
         throw CLIError("missing_argument",
                        "--scheme is required when releasing from an Xcode project or workspace");

@@ -5,6 +5,7 @@
 #include "Output/AppManagementSettingsPrompt.h"
 
 #include <HalvoDMG/DMGCreationError.h>
+#include <HalvoNotarization/NotarizationError.h>
 #include <HalvoNotarization/XcodeArchiveError.h>
 
 namespace halvo {
@@ -47,6 +48,32 @@ bool isNotPermitted(const std::exception& error) {
            std::holds_alternative<DMGCreationError::OperationNotPermitted>(creation->which);
 }
 
+/// The notary service's verdict; null for any other failure.
+const NotarizationError::Rejected* rejectionIn(const std::exception& error) {
+    const auto* notarization = dynamic_cast<const NotarizationError*>(&error);
+    return notarization ? std::get_if<NotarizationError::Rejected>(&notarization->which) : nullptr;
+}
+
+Table tableOf(const std::vector<NotarizationIssue>& issues) {
+    Table table{{{.header = "Path", .overflow = ColumnOverflow::wraps},
+                 {.header = "Severity", .overflow = ColumnOverflow::keeps},
+                 {.header = "Message", .overflow = ColumnOverflow::wraps},
+                 {.header = "Architecture", .overflow = ColumnOverflow::keeps}},
+                {}};
+    for (const NotarizationIssue& issue : issues)
+        table.rows.push_back({issue.path, issue.severity, issue.message, issue.architecture});
+    return table;
+}
+
+/// Failures of the notary service that the user can mend have codes of their own.
+const char* codeOf(const NotarizationError& error) {
+    if (error.is<NotarizationError::AgreementRequired>())
+        return "notary_agreement_required";
+    if (error.is<NotarizationError::ProfileMissing>())
+        return "notary_profile_missing";
+    return error.is<NotarizationError::Unreachable>() ? "notary_unreachable" : "release_failed";
+}
+
 /// What a failure is reported as, whatever the format.
 CLIError reportOf(const std::exception& error) {
     if (const auto* coded = dynamic_cast<const CodedFailure*>(&error))
@@ -54,6 +81,8 @@ CLIError reportOf(const std::exception& error) {
     if (const auto* service = dynamic_cast<const APIError*>(&error))
         return {"api_error", "API error: " + service->description()};
     const std::string text = describe(error);
+    if (const auto* notarization = dynamic_cast<const NotarizationError*>(&error))
+        return {codeOf(*notarization), "Release failed: " + text};
     if (dynamic_cast<const KeychainError*>(&error) != nullptr)
         return {"keychain_error", "Key error: " + text};
     if (const auto* exporting = dynamic_cast<const ArchiveExportError*>(&error))
@@ -110,6 +139,12 @@ private:
     static void report(const std::exception& error, const Services& services, const OutputContext& context) {
         CLIError report = reportOf(error);
         report.setAdvice(adviceOf(error));
+        const auto* rejection = context.format() == OutputFormat::text ? rejectionIn(error) : nullptr;
+        if (rejection && !rejection->issues.empty()) {
+            context.emit(CLIError(report.code, "Release failed: " + rejection->headline()));
+            context.noora().table(tableOf(rejection->issues));
+            return;
+        }
         context.emit(report);
         if (report.code == "missing_argument" && context.format() == OutputFormat::text)
             services.streams.standardOutput->write("\n" + services.commandHelp);

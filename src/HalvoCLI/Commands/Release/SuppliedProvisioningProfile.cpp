@@ -43,9 +43,9 @@ std::optional<ResolvedProvisioningProfile> resolveArchiveProvisioningProfile(con
         return std::nullopt;
     const auto bytes = decodeBase64(*text, Base64Reading::ignoringWhitespace);
     if (!bytes)
-        throw CLIError("invalid_argument",
-                       "HALVO_PROVISIONING_PROFILE is not valid base64. Encode the profile "
-                       "with `base64 < profile.provisionprofile | pbcopy`.");
+        throw CLIError(
+            "invalid_argument",
+            "HALVO_PROVISIONING_PROFILE is not valid base64. Encode the profile with `base64 < profile.provisionprofile | pbcopy`.");
     const TemporaryPath file(platform.temporaryDirectory /
                              ("halvo-" + UUID::random().string() + ".provisionprofile"));
     writeNewFile(file.path(), *bytes);

@@ -34,6 +34,7 @@ public:
         std::optional<ArchiveExporter::Signing> exportSigning{};
         StepChange onStepChange{};
         StepProgress onProgress{};
+        NotarizationObserver notarization{};
     };
 
     BinaryPreparationService(DistributionTools& tools, const ZipService& zipService,

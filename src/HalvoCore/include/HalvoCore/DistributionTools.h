@@ -2,6 +2,7 @@
 
 #include <Base/URL.h>
 #include <HalvoNotarization/ArchiveExporter.h>
+#include <HalvoNotarization/Notarizer.h>
 #include <Models/CodesignIdentity.h>
 #include <Models/Notarization.h>
 #include <Models/PackageFormat.h>
@@ -33,7 +34,8 @@ public:
     /// caller's.
     virtual URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG& format,
                           const ByteProgress& progress) = 0;
-    virtual void notarize(const URL& fileURL, const NotarizationCredentials& credentials) = 0;
+    virtual void notarize(const URL& fileURL, const NotarizationCredentials& credentials,
+                          const NotarizationObserver& observer) = 0;
     virtual bool isNotarized(const URL& fileURL) = 0;
 };
 

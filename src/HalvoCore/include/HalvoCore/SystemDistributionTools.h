@@ -23,7 +23,8 @@ public:
                       const std::optional<ArchiveExporter::Signing>& signing) override;
     URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG& format,
                   const ByteProgress& progress) override;
-    void notarize(const URL& fileURL, const NotarizationCredentials& credentials) override;
+    void notarize(const URL& fileURL, const NotarizationCredentials& credentials,
+                  const NotarizationObserver& observer) override;
     bool isNotarized(const URL& fileURL) override;
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <Base/Bytes.h>
-#include <Platform/Files.h>
+#include <HalvoNotarization/KeyFile.h>
 #include <Platform/ProcessRunner.h>
 
 #include <filesystem>
@@ -17,14 +17,12 @@ struct ASCAuthenticationKey {
 
     bool operator==(const ASCAuthenticationKey&) const = default;
 
-    /// Gives `operation` the path of a key file (0600 in a new folder, 0700) and returns what it returns. The
-    /// folder is removed in every case. Throws FileError when the key cannot be written.
+    /// Gives `operation` the path of a key file and returns what it returns. Throws FileError when the key
+    /// cannot be written.
     template<typename Operation>
     auto withKeyFile(const std::filesystem::path& temporaryDirectory, Operation operation) const {
-        const TemporaryDirectory folder(temporaryDirectory, "halvo-asc-");
-        const std::filesystem::path file = folder.path() / ("AuthKey_" + keyID + ".p8");
-        writeNewFile(file, keyData, 0600);
-        return operation(file);
+        const KeyFile file(temporaryDirectory, "halvo-asc-", "AuthKey_" + keyID + ".p8", keyData);
+        return operation(file.path());
     }
 
     /// What xcodebuild is given to sign in with the key.

@@ -5,48 +5,58 @@
 #include <HalvoNotarization/ASCAuthenticationKey.h>
 #include <Platform/ProcessRunner.h>
 
-#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <variant>
 
 namespace halvo {
 
-/// An archive that did not become an app.
-class ArchiveExportError : public Failure {
-public:
+struct ArchiveExportErrorCases {
     struct ArchiveNotFound {
         std::filesystem::path archive{};
+        std::string description() const { return "Archive not found at " + archive.string(); }
     };
     struct ExportFailed {
         std::string text{};
+        std::string description() const { return "Export failed: " + text; }
     };
     struct ProvisioningProfileRequired {
         std::string text{};
+        std::string description() const { return text; }
     };
     struct AppNotFound {
         std::filesystem::path archive{};
+        std::string description() const {
+            return "xcodebuild produced no .app in the export of " + archive.string();
+        }
     };
     struct UnexpectedExportLayout {
         std::size_t appCount = 0;
         std::filesystem::path exportDir{};
+        std::string description() const {
+            return "xcodebuild produced " + std::to_string(appCount) + " top-level .app bundles at " +
+                   exportDir.string() + "; expected exactly one";
+        }
     };
     struct MissingApplicationPath {
         std::filesystem::path archive{};
+        std::string description() const {
+            return "Archive " + archive.string() + " is missing ApplicationPath in Info.plist";
+        }
     };
     using Case = std::variant<ArchiveNotFound, ExportFailed, ProvisioningProfileRequired, AppNotFound,
                               UnexpectedExportLayout, MissingApplicationPath>;
+};
+
+/// An archive that did not become an app.
+class ArchiveExportError : public FailureOf<ArchiveExportErrorCases> {
+public:
     explicit ArchiveExportError(Case which, std::filesystem::path exportFolder = {})
-        : Failure(describe(which)), which(std::move(which)), exportFolder(std::move(exportFolder)) {}
-    Case which;
+        : FailureOf(std::move(which)), exportFolder(std::move(exportFolder)) {}
     std::filesystem::path
         exportFolder; ///< what the tool left, to be looked at; empty when nothing was exported
-
-private:
-    static std::string describe(const Case& which);
 };
 
 /// Turns an Xcode archive into a signed app for Developer ID distribution, through `xcodebuild`.

@@ -3,33 +3,29 @@
 #include <Base/Failure.h>
 
 #include <filesystem>
-#include <string>
-#include <variant>
 
 namespace halvo {
 
-/// Code signing that did not come about.
-class CodesigningError : public Failure {
-public:
+struct CodesigningErrorCases {
     struct AppNotFound {
         std::filesystem::path app{};
+        std::string description() const { return "Application not found at " + app.string(); }
     };
     struct DiscoveryFailed {
         std::string text{};
+        std::string description() const { return "Failed to discover codesigning identities: " + text; }
     };
     struct SigningFailed {
         std::string text{};
+        std::string description() const { return "Codesigning failed: " + text; }
     };
     /// Raised by those who look a name up among the identities.
     struct IdentityNotFound {
         std::string identity{};
+        std::string description() const { return "Codesigning identity not found: " + identity; }
     };
     using Case = std::variant<AppNotFound, DiscoveryFailed, SigningFailed, IdentityNotFound>;
-    explicit CodesigningError(Case which) : Failure(describe(which)), which(std::move(which)) {}
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using CodesigningError = FailureOf<CodesigningErrorCases>;
 
 } // namespace halvo

@@ -8,48 +8,47 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 namespace halvo {
 
 enum class ProfileType { development, developerID, enterprise, appStore, unknown };
 
-/// "development", "developerID", "enterprise", "appStore" and "unknown".
-std::string_view rawValue(ProfileType type);
 /// As Apple's pages name it: "Developer ID", "Enterprise (In-House)".
 std::string_view displayName(ProfileType type);
 
 /// A provisioning profile that cannot be read, or cannot be shipped.
-class ProvisioningProfileError : public Failure {
-public:
+struct ProvisioningProfileErrorCases {
     struct Unreadable {
         std::string text{};
+        std::string description() const { return "Could not read embedded provisioning profile: " + text; }
     };
     struct DevelopmentProfileEmbedded {
         std::string name{};
         std::int64_t deviceCount = 0;
+        std::string description() const;
     };
     struct WrongTypeForDeveloperID {
         std::string name{};
         ProfileType type = ProfileType::unknown;
+        std::string description() const;
     };
     struct Expired {
         std::string name{};
         Date date{};
+        std::string description() const;
     };
     struct XcodeManaged {
         std::string name{};
+        std::string description() const;
     };
-    struct MalformedPlist {};
+    struct MalformedPlist {
+        std::string description() const { return "Embedded provisioning profile is not a valid plist"; }
+    };
     using Case = std::variant<Unreadable, DevelopmentProfileEmbedded, WrongTypeForDeveloperID, Expired,
                               XcodeManaged, MalformedPlist>;
-    explicit ProvisioningProfileError(Case which) : Failure(describe(which)), which(std::move(which)) {}
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using ProvisioningProfileError = FailureOf<ProvisioningProfileErrorCases>;
 
 /// What a provisioning profile allows an app to do, and where.
 struct ProvisioningProfile {

@@ -3,41 +3,42 @@
 #include <Base/Failure.h>
 
 #include <filesystem>
-#include <string>
-#include <variant>
 
 namespace halvo {
 
 /// A project that did not become an archive, or could not be asked.
-class XcodeArchiveError : public Failure {
-public:
+struct XcodeArchiveErrorCases {
     struct ArchiveFailed {
         std::string text{};
+        std::string description() const { return "Archive failed: " + text; }
     };
     struct FailedToParseSchemes {
         std::string text{};
+        std::string description() const { return "Failed to parse schemes: " + text; }
     };
     struct FailedToReadBuildSettings {
         std::string text{};
+        std::string description() const { return "Failed to read build settings: " + text; }
     };
     struct ProjectNotFound {
         std::filesystem::path project{};
+        std::string description() const { return "Project not found at " + project.string(); }
     };
     struct ProvisioningProfileRequired {
         std::string text{};
+        std::string description() const { return text; }
     };
     /// Raised by those who choose among the schemes, as is the next.
     struct SchemeNotFound {
         std::string scheme{};
+        std::string description() const { return "Scheme '" + scheme + "' not found"; }
     };
-    struct NoSchemesFound {};
+    struct NoSchemesFound {
+        std::string description() const { return "No schemes found in project"; }
+    };
     using Case = std::variant<ArchiveFailed, FailedToParseSchemes, FailedToReadBuildSettings, ProjectNotFound,
                               ProvisioningProfileRequired, SchemeNotFound, NoSchemesFound>;
-    explicit XcodeArchiveError(Case which) : Failure(describe(which)), which(std::move(which)) {}
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using XcodeArchiveError = FailureOf<XcodeArchiveErrorCases>;
 
 } // namespace halvo

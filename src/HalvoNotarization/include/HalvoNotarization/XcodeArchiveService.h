@@ -3,11 +3,11 @@
 #include <HalvoNotarization/ASCAuthenticationKey.h>
 #include <HalvoNotarization/XcodeArchiveError.h>
 #include <Models/XcodeBuildConfiguration.h>
-#include <Platform/Clock.h>
 #include <Platform/Environment.h>
 #include <Platform/Log.h>
 #include <Platform/ProcessRunner.h>
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -47,11 +47,22 @@ public:
         std::variant<Automatic, Manual, AdHoc> value = Automatic{};
     };
 
+    struct Limits {
+        std::chrono::milliseconds query{60'000};
+        std::chrono::milliseconds stall{600'000};    ///< of silence
+        std::chrono::milliseconds idleGrace{20'000}; ///< of silence once the archive is whole
+        std::chrono::milliseconds hangAfterSuccess{15'000};
+        std::chrono::milliseconds poll{10'000};
+        std::chrono::milliseconds confirmingPoll{3'000};
+        /// A variable that is unset, empty or not a decimal integer leaves the default.
+        static Limits of(const Environment& environment);
+    };
+
     struct Services {
         ProcessRunner& processes;
-        Clock& clock;
         const Environment& environment;
         Log& log;
+        Limits limits = Limits::of(environment);
     };
 
     XcodeArchiveService(Services services, std::filesystem::path temporaryDirectory,
@@ -98,7 +109,6 @@ private:
     std::filesystem::path newArchivePath(const std::string& scheme) const;
     void report(std::string_view text, const OutputLine& onOutputLine);
     ProcessResult runQuery(const Arguments& arguments, std::size_t outputLimit);
-    ProcessResult runQueryOnce(const Arguments& arguments, std::size_t outputLimit);
 
     Services services;
     std::filesystem::path temporaryDirectory;

@@ -16,6 +16,8 @@ inline constexpr const char* provisioningProfiles = "https://halvo.example/help/
 inline constexpr const char* sparkle = "https://halvo.example/help/sparkle";
 /// Apple's list of a developer's provisioning profiles.
 inline constexpr const char* appleProfiles = "https://developer.apple.com/account/resources/profiles/list";
+/// Where the account holder signs what Apple asks for.
+inline constexpr const char* appleAgreements = "https://developer.apple.com/account";
 } // namespace helpAddress
 
 } // namespace halvo

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace halvo {
@@ -31,5 +32,13 @@ public:
 private:
     int number = -1;
 };
+
+/// For `main`: a stream that the process was started without must not become the number of a file that it
+/// opens. What is written to such a standard output fails, as it should; a standard error may be missed.
+inline void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) < 0) // the lowest free number is given out
+            static_cast<void>(::open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY));
+}
 
 } // namespace halvo

@@ -36,11 +36,10 @@ struct ProcessResult {
     std::string standardError{};
 
     bool succeeded() const { return termination.succeeded(); }
-    /// Standard error for people: valid UTF-8 without blanks at its end; "Unknown error" when nothing is
-    /// left.
+    /// What a tool that failed said, for people: its standard error, and the last lines of its standard
+    /// output where that names no error; valid UTF-8 without blanks at its end. "Unknown error" for a silent
+    /// one.
     std::string errorText() const;
-    /// The same of standard output.
-    std::string outputText() const;
 };
 
 /// One step of ending a child whose run was cancelled: a signal, and the time that it has to go.
@@ -62,53 +61,70 @@ struct ProcessRequest {
     std::optional<std::string> input{};
     /// For each stream of a captured run, in bytes.
     std::size_t outputLimit = 65536;
+    /// For a captured run, which is torn down when its time is over. Absent: as long as it takes.
+    std::optional<std::chrono::milliseconds> timeLimit{};
     /// Run in this order when the run is cancelled, until the child is gone. Whatever is left then is killed.
     std::vector<TeardownStep> teardown{TeardownStep{}};
     std::stop_token cancellation{};
 };
 
 /// A run that failed as such; what a tool that did run says is no failure of this kind.
-class ProcessError : public Failure {
-public:
+struct ProcessErrorCases {
     struct CannotStart {
         std::string executable{};
+        std::string description() const { return "Executable is not found or cannot be executed."; }
     };
     struct OutputLimitExceeded {
         std::size_t limit = 0;
+        std::string description() const { return "Child process output exceeded the limit."; }
+    };
+    struct TimeLimitExceeded {
+        std::chrono::milliseconds limit{};
+        std::string description() const { return "Child process did not exit in time and was killed."; }
     };
     /// The system refused what a run needs: a pipe, a descriptor.
     struct SystemFailure {
         std::string action{};
         int code = 0; ///< an errno value
+        std::string description() const;
     };
-    using Case = std::variant<CannotStart, OutputLimitExceeded, SystemFailure>;
-    explicit ProcessError(Case which) : Failure(describe(which)), which(std::move(which)) {}
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
+    using Case = std::variant<CannotStart, OutputLimitExceeded, TimeLimitExceeded, SystemFailure>;
 };
+using ProcessError = FailureOf<ProcessErrorCases>;
 
 enum class OutputStream { standardOutput, standardError };
 
 /// A child whose output is read while it runs. When the object goes while the child still runs, the child is
-/// torn down. Whoever holds it joins the threads that read from it first.
+/// torn down. For one thread.
 class RunningProcess {
 public:
+    /// Valid UTF-8 without its break (LF, CR LF or CR). A line longer than 1 MiB comes in pieces of that
+    /// size.
+    struct Line {
+        OutputStream stream = OutputStream::standardOutput;
+        std::string text{};
+    };
+    struct TimeOut {
+        std::string begun{}; ///< the line that standard output has begun, without its end
+    };
+    struct End {
+        Termination termination{};
+    };
+    using Event = std::variant<Line, TimeOut, End>;
+    using Instant = std::chrono::steady_clock::time_point;
+
     virtual ~RunningProcess() = default;
 
-    /// Waits for the next line of a stream and gives it as valid UTF-8 without its break (LF, CR LF or CR).
-    /// Absent at the end: when the stream is closed, or the child is gone and what it wrote is read. A line
-    /// longer than 1 MiB comes in pieces of that size. Each stream may have one thread of its own. Throws
-    /// CancelledError once the run's cancellation is requested.
-    virtual std::optional<std::string> readLine(OutputStream stream) = 0;
+    /// Waits for what comes next: a line of either stream; the end, once the child is gone and what it wrote
+    /// is read, and from then on; or the time-out, when nothing came by the `deadline`. Throws CancelledError
+    /// after the teardown, once the run's cancellation is requested.
+    virtual Event next(std::optional<Instant> deadline = std::nullopt) = 0;
 
-    /// Signals the child and its group, when it has one of its own. False when it is gone already. From any
-    /// thread.
+    /// Signals the child and its group, when it has one of its own. False when it is gone already.
     virtual bool signalGroup(int signal) = 0;
 
-    /// Waits for the end of the child. Cancelled meanwhile, it does the teardown and throws CancelledError.
-    virtual Termination wait() = 0;
+    /// Passes over all lines to the end. Throws CancelledError as next() does.
+    Termination wait();
 };
 
 /// Runs tools. Any number of runs may go on at once, from any threads.
@@ -118,11 +134,10 @@ public:
 
     /// Waits for the end of the child and captures both streams; whatever the tool answers is a result. What
     /// grandchildren write after the child's end is not waited for. Throws ProcessError when the tool cannot
-    /// be started or a stream outgrows `outputLimit`, and CancelledError after the teardown.
+    /// be started or outgrows a limit, and CancelledError after the teardown.
     virtual ProcessResult run(const ProcessRequest& request) = 0;
 
-    /// Starts a child whose lines the caller reads; both streams must be read, or a full pipe stops it.
-    /// Throws ProcessError.
+    /// Starts a child whose lines the caller reads. Throws ProcessError.
     virtual std::unique_ptr<RunningProcess> start(const ProcessRequest& request) = 0;
 };
 

@@ -4,6 +4,8 @@
 #include <Platform/ProcessRunner.h>
 #include <Platform/ToolPaths.h>
 
+#include <memory>
+
 namespace halvo {
 
 /// Real children of this process.
@@ -16,12 +18,23 @@ public:
     /// system would throw away how children ended.
     SystemProcessRunner(const Environment& environment, ToolPaths tools);
 
+    ~SystemProcessRunner() override;
+
     ProcessResult run(const ProcessRequest& request) override;
     std::unique_ptr<RunningProcess> start(const ProcessRequest& request) override;
+
+    // For the reactions to signals, from any thread.
+
+    /// Stops all children where they are, since Ctrl-Z does not reach those with a group of their own.
+    void stopChildren();
+    void continueChildren();
+    /// Kills the children whose runs are cancelled, so that nobody waits for the end of their teardown.
+    void killCancelledChildren();
 
 private:
     const Environment& environment;
     ToolPaths tools;
+    const std::unique_ptr<class RunningChildren> children;
 };
 
 } // namespace halvo

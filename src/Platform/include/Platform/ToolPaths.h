@@ -24,7 +24,8 @@ private:
     std::filesystem::path toolbox;
 };
 
-/// `libexec/halvo` beside the running executable or beside its folder, the first that exists.
+/// `libexec/halvo` beside the running executable or beside its folder, the first that exists; empty when it
+/// cannot be told where the executable is.
 std::filesystem::path installedToolbox();
 
 } // namespace halvo

@@ -61,8 +61,10 @@ private:
 };
 
 /// Gives the terminal back as the program found it: echo and line mode, a visible cursor, no half-drawn line.
-/// For ending the process without unwinding (a second Ctrl-C): async-signal-safe, may be called at any time
-/// and more than once; nothing happens when nothing was changed.
+/// For ending the process without unwinding, and before Ctrl-Z stops it: may be called at any time, from any
+/// thread and more than once; nothing happens when nothing was changed.
 void restoreTerminal() noexcept;
+/// Undoes restoreTerminal() for a process that goes on in the foreground.
+void takeTerminalAgain() noexcept;
 
 } // namespace halvo

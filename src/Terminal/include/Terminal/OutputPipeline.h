@@ -27,7 +27,7 @@ public:
 };
 
 /// An open file descriptor, which stays the caller's.
-class FileDescriptorOutput final : public OutputPipeline {
+class FileDescriptorOutput : public OutputPipeline {
 public:
     FileDescriptorOutput(int descriptor, const VariableLookup& variables);
     void write(std::string_view bytes) override;

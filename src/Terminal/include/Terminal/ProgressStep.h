@@ -45,9 +45,8 @@ public:
     void progress(std::uint64_t done, std::uint64_t total) override;
     /// Ends the line with the success message and the duration.
     void succeed();
-    /// Ends the line with the error message and the duration. A failure to write that is dropped: the failure
-    /// of the task is the one to report.
-    void fail() noexcept;
+    /// Ends the line with the error message and the duration.
+    void fail();
 
 private:
     struct State;

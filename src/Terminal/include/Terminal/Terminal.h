@@ -26,7 +26,7 @@ struct TerminalStreams {
     std::shared_ptr<OutputPipeline> standardError{};
     std::shared_ptr<InputSource> standardInput{};
 
-    /// File descriptors 0, 1 and 2 of this process.
+    /// File descriptors 0, 1 and 2 of this process. What cannot be written to standard error is dropped.
     static TerminalStreams ofProcess(const VariableLookup& variables);
     /// Everything on standard error, for runs whose standard output is kept for a machine.
     TerminalStreams withoutStandardOutput() const { return {standardError, standardError, standardInput}; }

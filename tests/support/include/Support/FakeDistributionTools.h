@@ -40,7 +40,7 @@ public:
         note("createDMG " + appName + " from " + appURL.lastPathComponent());
         return dmg;
     }
-    void notarize(const URL& fileURL, const NotarizationCredentials&) override {
+    void notarize(const URL& fileURL, const NotarizationCredentials&, const NotarizationObserver&) override {
         note("notarize " + fileURL.lastPathComponent());
     }
     bool isNotarized(const URL& fileURL) override {
