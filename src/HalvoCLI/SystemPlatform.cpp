@@ -35,7 +35,8 @@ struct SystemPlatform::Parts {
     Environment environment = Environment::ofProcess();
     std::filesystem::path home = homeDirectoryOf(environment);
     SystemClock clock{};
-    SystemProcessRunner processes{environment, ToolPaths(environment, installedToolbox())};
+    ToolPaths tools{environment, installedToolbox()};
+    SystemProcessRunner processes{environment, tools};
     std::unique_ptr<UserDefaults> userDefaults =
         makeSystemUserDefaults(settingsSuiteName, environment, home, clock, warnOnStandardError);
     std::unique_ptr<KeychainItems> keychainItems;
@@ -43,7 +44,7 @@ struct SystemPlatform::Parts {
         makeSystemHTTPSession(environment.nonEmpty("SSL_CERT_FILE").value_or(""));
     std::unique_ptr<ImageServices> images = makeSystemImageServices();
     SystemWorkspace workspace{environment};
-    SystemVolumeFacts volumes{AttachedVolumes::ofUser(environment)};
+    SystemVolumeFacts volumes{};
     SystemLog log{};
     Platform platform;
 
@@ -62,6 +63,7 @@ struct SystemPlatform::Parts {
                    .temporaryDirectory = temporaryDirectoryOf(environment),
                    .homeDirectory = home,
                    .cancellation = cancellation,
+                   .hasDiskImageTools = tools.has("/usr/bin/hdiutil"),
                    .executable = executablePath()} {}
 };
 

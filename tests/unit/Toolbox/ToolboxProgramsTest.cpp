@@ -168,6 +168,8 @@ TEST_F(ToolboxPrograms, findStapledTickets) {
     const auto bundle = app(test::thinMachO(distributed()));
     Notarizer notarizer(runner, folder.path());
     EXPECT_TRUE(notarizer.isNotarized(stapled));
+    const Bytes ticketAlone = signature({{0x10002, wrapped(viewBytes("s8ch"))}});
+    EXPECT_TRUE(notarizer.isNotarized(write("alone.dmg", test::diskImage(ticketAlone))));
     EXPECT_FALSE(notarizer.isNotarized(plain));
     EXPECT_FALSE(notarizer.isNotarized(bundle));
     folder.write("Demo.app/Contents/CodeResources", "<?xml version=\"1.0\"?>");

@@ -78,7 +78,8 @@ ReleaseFlow::ReleaseFlow(const ReleaseOptions& options, Platform& platform, cons
       storage(platform.userDefaults),
       localApps(storage, keyChain, S3AppcastStorage::factory(platform), platform.clock), tools(platform),
       zipService(platform.temporaryDirectory, platform.cancellation),
-      dmgService(platform.processes, platform.log, platform.temporaryDirectory, platform.cancellation),
+      dmgService(platform.processes, platform.log, platform.temporaryDirectory, platform.cancellation,
+                 platform.hasDiskImageTools),
       importer(zipService, dmgService), preparation(tools, zipService, platform.cancellation),
       credentials(options, platform.environment, keyChain, context), binaries(preparation, credentials) {}
 

@@ -29,8 +29,8 @@ public:
     /// The exported app, in a folder that is the caller's.
     virtual URL exportArchive(const URL& archiveURL, const std::string& teamID,
                               const std::optional<ArchiveExporter::Signing>& signing) = 0;
-    /// A disk image with a laid-out window, in a temporary folder of its own; removeTemporaryArtifact() removes
-    /// both.
+    /// A disk image with a laid-out window, in a temporary folder of its own; removeTemporaryArtifact()
+    /// removes both.
     virtual URL createDMG(const URL& appURL, const std::string& appName, const PackageFormat::DMG& format,
                           const ByteProgress& progress) = 0;
     virtual void notarize(const URL& fileURL, const NotarizationCredentials& credentials) = 0;
