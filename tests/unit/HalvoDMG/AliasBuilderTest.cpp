@@ -1,19 +1,16 @@
-#include "FakeVolumeFacts.h"
-
 #include <Base/BinaryReader.h>
 #include <Base/Unicode.h>
 #include <HalvoDMG/AliasBuilder.h>
 
-#include <Support/CaseName.h>
+#include <Support/FakeClock.h>
 #include <Support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace halvo {
 namespace {
-
-using test::FakeVolumeFacts;
-using test::StoppedClock;
 
 const Date someDay = *parseISO8601("2026-01-02T03:04:05Z");
 
@@ -26,12 +23,13 @@ std::string pascalString(BinaryReader reader, std::size_t fieldSize) {
     return text;
 }
 
-std::string aliasError(const AliasBuilder& builder, const char* mount, const char* target) {
+std::string aliasError(const AliasBuilder& builder, const std::filesystem::path& mount,
+                       const std::filesystem::path& target) {
     try {
         builder.makeFileAlias(mount, target);
         return "nothing";
     } catch (const DMGCreationError& error) {
-        EXPECT_TRUE(std::holds_alternative<DMGCreationError::AliasBuildFailed>(error.which));
+        EXPECT_TRUE(error.is<DMGCreationError::AliasBuildFailed>());
         return error.description();
     }
 }
@@ -53,44 +51,27 @@ TEST(CarbonAlias, isLaidOutByteForByte) {
             "000e001000070062006700e9002e0070006e0067000f000a000400440065006d006f0012000e2f2e6261636b67726f756e642f780013000f2f566f6c756d65732f44656d6f203100ffff0000");
 }
 
-struct CutName {
-    const char* name;
-    std::string text;
-    std::string inVolumeField; ///< 27 bytes at most
-    std::string inFileField;   ///< 63 bytes at most
-};
-class CutNames : public testing::TestWithParam<CutName> {};
-
-TEST_P(CutNames, endBetweenCharacters) {
-    const CutName& row = GetParam();
-    const CarbonAlias alias{
-        .volumeName = row.text, .fileName = row.text, .pathInVolume = "/x", .mountPoint = "/m"};
-    const Bytes record = alias.encode();
-    const BinaryReader whole(record);
-    EXPECT_EQ(pascalString(whole.block(10, 28), 28), row.inVolumeField);
-    EXPECT_EQ(pascalString(whole.block(50, 64), 64), row.inFileField);
-    EXPECT_EQ(whole.block(154, 2).readUInt16(), encodeUTF16(row.text)->size()); // never cut in the tags
+TEST(CarbonAlias, cutsNamesBetweenCharacters) {
+    const auto repeated = [](std::string_view letter, std::size_t count) {
+        std::string all;
+        for (std::size_t index = 0; index < count; ++index)
+            all += letter;
+        return all;
+    };
+    // The fields hold 27 and 63 bytes at most; the tags, of which the first begins at 150, whole names.
+    for (const auto& [letter, count, inVolumeField, inFileField] : {std::tuple{"", 1u, 0u, 0u},
+                                                                    {"a", 63u, 27u, 63u},
+                                                                    {"a", 64u, 27u, 63u},
+                                                                    {"\u00e9", 40u, 13u, 31u},
+                                                                    {"\U0001F4BE", 20u, 6u, 15u}}) {
+        const std::string name = repeated(letter, count);
+        const Bytes record = CarbonAlias{.volumeName = name, .fileName = name, .pathInVolume = "/x"}.encode();
+        const BinaryReader whole(record);
+        EXPECT_EQ(pascalString(whole.block(10, 28), 28), repeated(letter, inVolumeField));
+        EXPECT_EQ(pascalString(whole.block(50, 64), 64), repeated(letter, inFileField));
+        EXPECT_EQ(whole.block(154, 2).readUInt16(), encodeUTF16(name)->size());
+    }
 }
-
-std::string repeated(const std::string& text, std::size_t count) {
-    std::string all;
-    for (std::size_t index = 0; index < count; ++index)
-        all += text;
-    return all;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Lengths, CutNames,
-    testing::Values(
-        CutName{"empty", "", "", ""},
-        CutName{"fits", std::string(27, 'a'), std::string(27, 'a'), std::string(27, 'a')},
-        CutName{"oneMore", std::string(28, 'a'), std::string(27, 'a'), std::string(28, 'a')},
-        CutName{"fillsTheFile", std::string(63, 'a'), std::string(27, 'a'), std::string(63, 'a')},
-        CutName{"oneMoreForTheFile", std::string(64, 'a'), std::string(27, 'a'), std::string(63, 'a')},
-        CutName{"twoBytes", repeated("\u00e9", 40), repeated("\u00e9", 13), repeated("\u00e9", 31)},
-        CutName{"fourBytes", repeated("\U0001F4BE", 20), repeated("\U0001F4BE", 6),
-                repeated("\U0001F4BE", 15)}),
-    test::CaseName());
 
 TEST(CarbonAlias, survivesNamesThatFitNowhere) {
     const CarbonAlias alias{.volumeName = std::string(70000, 'v'),
@@ -117,43 +98,33 @@ TEST(HFSSeconds, countFrom1904AndStopAtTheEnds) {
 
 class AliasBuilding : public testing::Test {
 protected:
-    AliasBuilding() {
-        volume.volume = {.name = "Demo", .createDate = someDay};
-        volume.files = {{"/Volumes/Demo", {.id = 2}},
-                        {"/Volumes/Demo/bg.png", {.id = 0x100000011}},
-                        {"/Volumes/Demo/.background", {.id = 16}},
-                        {"/Volumes/Demo/.background/bg.png", {.id = 17, .creationDate = someDay}}};
+    static std::uint32_t inode(const std::filesystem::path& path) {
+        struct stat status {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return static_cast<std::uint32_t>(status.st_ino);
     }
 
-    FakeVolumeFacts volume;
-    StoppedClock clock;
-    AliasBuilder builder{volume, clock};
+    test::TemporaryFolder folder;
+    SystemVolumeFacts facts;
+    test::FakeClock clock;
+    AliasBuilder builder{facts, clock};
 };
 
-TEST_F(AliasBuilding, takesTheVolumesOwnNumbers) {
-    const CarbonAlias expected{.volumeName = "Demo",
-                               .volumeCreationDate = someDay,
-                               .fileName = "bg.png",
-                               .fileCreationDate = someDay,
-                               .parentID = 16,
-                               .fileID = 17,
-                               .pathInVolume = "/.background/bg.png",
-                               .mountPoint = "/Volumes/Demo"};
-    EXPECT_EQ(builder.makeFileAlias("/Volumes/Demo", "/Volumes/Demo/.background/bg.png"), expected.encode());
-    EXPECT_EQ(builder.makeFileAlias("/Volumes/Demo/", "/Volumes/Demo/.background/bg.png"), expected.encode());
-}
-
-TEST_F(AliasBuilding, hasTheMountPointForAParentAndTheClockForADate) {
-    clock.time = someDay;
-    const CarbonAlias expected{.volumeName = "Demo",
-                               .volumeCreationDate = someDay,
-                               .fileName = "bg.png",
-                               .fileCreationDate = someDay,
-                               .parentID = 2,
-                               .fileID = 0x11, // the low half
-                               .pathInVolume = "/bg.png",
-                               .mountPoint = "/Volumes/Demo"};
-    EXPECT_EQ(builder.makeFileAlias("/Volumes/Demo", "/Volumes/Demo/bg.png"), expected.encode());
+TEST_F(AliasBuilding, takesWhatTheVolumeSays) {
+    const std::filesystem::path mount = folder / "Demo";
+    for (const std::string place : {".background/bg.png", "bg.png"}) {
+        const std::filesystem::path file = folder.write("Demo/" + place, "picture");
+        const CarbonAlias expected{.volumeName = "Demo",
+                                   .volumeCreationDate = facts.creationDate(mount).value_or(Date()),
+                                   .fileName = "bg.png",
+                                   .fileCreationDate = facts.creationDate(file).value_or(clock.now()),
+                                   .parentID = inode(file.parent_path()),
+                                   .fileID = inode(file),
+                                   .pathInVolume = "/" + place,
+                                   .mountPoint = mount};
+        EXPECT_EQ(builder.makeFileAlias(mount, file), expected.encode());
+        EXPECT_EQ(builder.makeFileAlias(mount / "", file), expected.encode());
+    }
 }
 
 TEST_F(AliasBuilding, refusesWhatLiesElsewhere) {
@@ -164,9 +135,10 @@ TEST_F(AliasBuilding, refusesWhatLiesElsewhere) {
 }
 
 TEST_F(AliasBuilding, saysWhatTheFileSystemSaid) {
-    EXPECT_EQ(aliasError(builder, "/Volumes/Demo", "/Volumes/Demo/none.png"),
-              "Failed to build Carbon alias data: getattrlist(FILEID) on /Volumes/Demo/none.png: "
-              "No such file or directory");
+    const std::string file = folder / "none.png";
+    EXPECT_EQ(aliasError(builder, folder.path(), file),
+              "Failed to build Carbon alias data: getattrlist(FILEID) on " + file +
+                  ": No such file or directory");
 }
 
 } // namespace

@@ -83,10 +83,8 @@ INSTANTIATE_TEST_SUITE_P(
         BackgroundCase{"standard", jpeg(600, 400), "original"},
         BackgroundCase{"unknownDensityIs72", jpeg(600, 400, 0, 0), "original"},
         BackgroundCase{"absurdDensityIs72", jpeg(600, 400, 20000, 0.5), "original"},
-        BackgroundCase{"absurdDensityIs72ForLargeOnesToo", jpeg(1200, 800, 20000, 20000), "derived"},
         BackgroundCase{"almostOnePointOff", jpeg(1200, 800, 143.8, 143.8), "original"},
         BackgroundCase{"onePointOff", jpeg(1200, 800, 143.76, 143.76), "derived"},
-        BackgroundCase{"onlyOneDensityFits", jpeg(1200, 800, 144, 72), "derived"},
         BackgroundCase{"ratioWithinTolerance", jpeg(1205, 800, 144.6, 144), "original"},
         BackgroundCase{"tooSmallWithinTolerance", jpeg(599, 400),
                        " is 599x400 px, too small for the 600x400 DMG window. Export it at 1200x800 (@2x, "
@@ -95,12 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
             "ratioIsLookedAtFirst", jpeg(500, 400),
             " is 500x400 px, which doesn't match the 600x400 DMG window. Export it at 1200x800 (@2x, "
             "recommended) or 600x400. Cropping or letterboxing is a design decision, so Halvo won't do "
-            "it for you."},
-        BackgroundCase{
-            "square", jpeg(1'000'000, 1'000'000),
-            " is 1000000x1000000 px, which doesn't match the 600x400 DMG window. Export it at 1200x800 "
-            "(@2x, recommended) or 600x400. Cropping or letterboxing is a design decision, so Halvo "
-            "won't do it for you."}),
+            "it for you."}),
     test::CaseName());
 
 TEST(FittedBackground, failsWithItsOwnErrors) {

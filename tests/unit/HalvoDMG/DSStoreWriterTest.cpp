@@ -1,7 +1,6 @@
-#include "FakeVolumeFacts.h"
-
 #include <HalvoDMG/DSStoreWriter.h>
 
+#include <Support/FakeClock.h>
 #include <Support/StoreChecker.h>
 #include <Support/TemporaryFolder.h>
 #include <Support/TestData.h>
@@ -55,7 +54,7 @@ TEST(FinderLayout, calculatesSafelyWithAnything) {
 class WritingLayout : public testing::Test {
 protected:
     test::TemporaryFolder folder;
-    test::StoppedClock clock;
+    test::FakeClock clock;
 };
 
 TEST_F(WritingLayout, withABackgroundIsTheFileOnRecord) {
