@@ -34,7 +34,8 @@ struct SystemPlatform::Parts {
     Environment environment = Environment::ofProcess();
     std::filesystem::path home = homeDirectoryOf(environment);
     SystemClock clock{};
-    SystemProcessRunner processes{environment, ToolPaths(environment, installedToolbox())};
+    ToolPaths tools{environment, installedToolbox()};
+    SystemProcessRunner processes{environment, tools};
     std::unique_ptr<UserDefaults> userDefaults =
         makeSystemUserDefaults(settingsSuiteName, environment, home, clock, warnOnStandardError);
     std::unique_ptr<KeychainItems> keychainItems;
@@ -42,7 +43,7 @@ struct SystemPlatform::Parts {
         makeSystemHTTPSession(environment.nonEmpty("SSL_CERT_FILE").value_or(""));
     std::unique_ptr<ImageServices> images = makeSystemImageServices();
     SystemWorkspace workspace{environment};
-    SystemVolumeFacts volumes{AttachedVolumes::ofUser(environment)};
+    SystemVolumeFacts volumes{};
     SystemLog log{};
     Platform platform;
 
@@ -61,6 +62,7 @@ struct SystemPlatform::Parts {
                    .temporaryDirectory = temporaryDirectoryOf(environment),
                    .homeDirectory = home,
                    .cancellation = cancellation,
+                   .hasDiskImageTools = tools.has("/usr/bin/hdiutil"),
                    .executable = executablePath()} {}
 };
 

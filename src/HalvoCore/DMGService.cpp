@@ -1,6 +1,7 @@
 #include <HalvoCore/DMGService.h>
 
 #include "ImportedIcon.h"
+#include "SevenZip.h"
 
 #include <Base/PropertyList.h>
 #include <Base/Text.h>
@@ -40,30 +41,24 @@ std::optional<URL> mountPointIn(const PropertyListArray& entities) {
 
 } // namespace
 
-std::string DMGService::DMGError::describe(const Case& which) {
-    struct Describer {
-        std::string operator()(const MountFailed& failed) const {
-            return "Failed to mount DMG: " + failed.text;
-        }
-        std::string operator()(const UnmountFailed& failed) const {
-            return "Failed to unmount DMG: " + failed.text;
-        }
-        std::string operator()(const NoAppFound&) const { return "No .app bundle found in DMG"; }
-        std::string operator()(const InvalidBundle&) const { return "Invalid app bundle in DMG"; }
-    };
-    return std::visit(Describer(), which);
-}
-
 BundleInfo DMGService::extractBundleInfo(const URL& dmgURL) const {
     struct Mount {
         const DMGService& service;
         URL point;
         ~Mount() { service.unmountAndLog(point); }
     };
+    if (!mountsImages) {
+        const TemporaryDirectory folder(temporaryDirectory, "");
+        return readApp(extractAppMetadata(dmgURL.filePath(), folder.path(), processes, cancellation));
+    }
     const Mount mounted{*this, mount(dmgURL)};
     if (cancellation.stop_requested())
         throw CancelledError();
-    const auto bundle = Bundle::open(findApp(mounted.point).filePath());
+    return readApp(findApp(mounted.point).filePath());
+}
+
+BundleInfo DMGService::readApp(const std::filesystem::path& app) const {
+    const auto bundle = Bundle::open(app);
     if (!bundle)
         throw DMGError(DMGError::InvalidBundle());
     BundleInfo info = BundleInfo::from(*bundle);

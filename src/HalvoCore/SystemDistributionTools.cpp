@@ -1,6 +1,6 @@
 #include <HalvoCore/SystemDistributionTools.h>
 
-#include <HalvoDMG/DMGBackground.h>
+#include <HalvoDMG/DMGCreator.h>
 #include <Platform/Files.h>
 
 namespace halvo {
@@ -10,9 +10,8 @@ SystemDistributionTools::SystemDistributionTools(Platform& platform)
       profiles(platform.processes, platform.cancellation),
       exporter(platform.processes, platform.temporaryDirectory, platform.cancellation),
       notarizer({platform.processes, platform.clock}, platform.temporaryDirectory, platform.cancellation),
-      dmgCreator(platform.processes, platform.volumes, platform.clock, platform.images,
-                 platform.temporaryDirectory, platform.cancellation),
-      images(platform.images), temporaryDirectory(platform.temporaryDirectory) {}
+      imageBuilder(makeImageBuilder(platform)), images(platform.images),
+      temporaryDirectory(platform.temporaryDirectory) {}
 
 bool SystemDistributionTools::isSignedForDistribution(const URL& appURL) {
     return codesigner.isSignedForDistribution(appURL.filePath());
@@ -38,16 +37,14 @@ URL SystemDistributionTools::exportArchive(const URL& archiveURL, const std::str
 
 URL SystemDistributionTools::createDMG(const URL& appURL, const std::string& appName,
                                        const PackageFormat::DMG& format, const ByteProgress& progress) {
-    DMGConfiguration configuration;
+    const DMGConfiguration configuration;
     const PointSize window = configuration.windowSize();
-    const DMGBackground background =
-        format.backgroundImage
-            ? DMGBackground::fitted(*format.backgroundImage, window, images, temporaryDirectory)
-            : DMGBackground::generated(window, appName, format.watermark, images, temporaryDirectory);
-    configuration.backgroundImage = background.url();
+    const Background background = format.backgroundImage
+                                      ? fittedBackground(*format.backgroundImage, window, images)
+                                      : generatedBackground(window, appName, format.watermark, images);
     TemporaryDirectory folder(temporaryDirectory, "");
     const URL image = URL::file(folder.path() / DMGCreator::defaultOutputURL(appURL).lastPathComponent());
-    dmgCreator.create(appURL, image, configuration, progress);
+    DMGCreator(*imageBuilder).create(appURL, image, configuration, background, progress);
     folder.release();
     return image;
 }

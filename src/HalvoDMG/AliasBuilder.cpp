@@ -126,7 +126,7 @@ Bytes AliasBuilder::makeFileAlias(const std::filesystem::path& volumeMountPoint,
                       .parentID = cnid(file.parent_path()),
                       .fileID = cnid(file),
                       .pathInVolume = target.substr(mount.size()),
-                      .mountPoint = volume.usualMountPoint.value_or(mount)};
+                      .mountPoint = mount};
     alias.fileCreationDate = creationDate(file);
     return alias.encode();
 }

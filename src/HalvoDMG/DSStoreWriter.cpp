@@ -82,6 +82,15 @@ DSStore finderLayout(const DMGConfiguration& configuration, const std::string& a
     return store;
 }
 
+Bytes finderLayoutFile(const DMGConfiguration& configuration, const std::string& appName,
+                       const std::optional<Bytes>& backgroundAlias) {
+    try {
+        return finderLayout(configuration, appName, backgroundAlias).serialize();
+    } catch (const DSStore::Error& error) {
+        throw DMGCreationError(DMGCreationError::DSStoreWriteFailed{error.description()});
+    }
+}
+
 void DSStoreWriter::write(const std::filesystem::path& mountPoint, const std::string& appName,
                           const std::optional<std::string>& backgroundFilename,
                           const DMGConfiguration& configuration) const {

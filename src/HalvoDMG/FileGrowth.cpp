@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::chrono::milliseconds interval{200};
 
-void watch(const std::filesystem::path& file, const DMGCreator::Progress& progress,
+void watch(const std::filesystem::path& file, const ImageBuilder::Progress& progress,
            const std::stop_token& ended) {
     std::mutex mutex;
     std::condition_variable_any woken;
@@ -24,7 +24,7 @@ void watch(const std::filesystem::path& file, const DMGCreator::Progress& progre
 
 } // namespace
 
-FileGrowth::FileGrowth(const std::filesystem::path& file, const DMGCreator::Progress& progress) {
+FileGrowth::FileGrowth(const std::filesystem::path& file, const ImageBuilder::Progress& progress) {
     if (progress)
         watcher = std::jthread([=](const std::stop_token& ended) { watch(file, progress, ended); });
 }

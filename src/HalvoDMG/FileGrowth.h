@@ -1,6 +1,6 @@
 #pragma once
 
-#include <HalvoDMG/DMGCreator.h>
+#include <HalvoDMG/ImageBuilder.h>
 
 #include <thread>
 
@@ -9,7 +9,7 @@ namespace halvo {
 /// Tells the size of a file that a tool writes, some times a second, for as long as the object lives.
 class FileGrowth {
 public:
-    FileGrowth(const std::filesystem::path& file, const DMGCreator::Progress& progress);
+    FileGrowth(const std::filesystem::path& file, const ImageBuilder::Progress& progress);
 
 private:
     std::jthread watcher;

@@ -131,7 +131,7 @@ MountedVolume ImageTools::mount(const std::filesystem::path& image) const {
     if (unmounted) {
         try {
             uncancelled().detach(*unmounted);
-        } catch (const std::exception&) { // that nothing was mounted is the failure to report
+        } catch (...) { // that nothing was mounted is the failure to report
         }
     }
     throw DMGCreationError(DMGCreationError::MountFailed{"Could not parse mount point from hdiutil output"});

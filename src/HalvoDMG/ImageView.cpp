@@ -1,4 +1,4 @@
-#include <HalvoDMG/ImageView.h>
+#include "ImageView.h"
 
 #include <Models/ServiceAddresses.h>
 

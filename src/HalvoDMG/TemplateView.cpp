@@ -1,4 +1,4 @@
-#include <HalvoDMG/TemplateView.h>
+#include "TemplateView.h"
 
 #include <algorithm>
 

@@ -86,41 +86,52 @@ constexpr std::size_t trailerSize = 512;
 constexpr std::uint32_t trailerMagic = 0x6B6F6C79;
 constexpr std::size_t signatureField = 296;
 
-} // namespace
-
-CodeSignature readCodeSignature(ByteView region) {
+/// Calls `visit` with the slot and the offset of every blob, and a reader of all.
+template<typename Visit>
+void visitBlobs(ByteView region, Visit visit) {
     const BinaryReader whole(readBlob(BinaryReader(region), 0, signatureMagic));
     BinaryReader index = whole;
     index.skip(8);
     const std::uint32_t count = index.readUInt32();
     if (count > mostBlobs)
         throw CodeSignatureError();
-    std::optional<CodeDirectory> strongest;
-    ByteView cms;
-    bool hasTicket = false;
     for (std::uint32_t entry = 0; entry < count; ++entry) {
         const std::uint32_t slot = index.readUInt32();
-        const std::uint32_t offset = index.readUInt32();
+        visit(slot, index.readUInt32(), whole);
+    }
+}
+
+} // namespace
+
+CodeSignature readCodeSignature(ByteView region) {
+    std::optional<CodeDirectory> strongest;
+    ByteView cms;
+    visitBlobs(region, [&](std::uint32_t slot, std::uint32_t offset, const BinaryReader& whole) {
         if (isCodeDirectorySlot(slot)) {
             const CodeDirectory directory = readCodeDirectory(readBlob(whole, offset, codeDirectoryMagic));
             if (!strongest || directory.hashType > strongest->hashType)
                 strongest = directory;
-        } else if (slot == cmsSlot || slot == ticketSlot) {
-            const ByteView payload = readBlob(whole, offset, wrapperMagic).subspan(8);
-            if (slot == cmsSlot)
-                cms = payload;
-            else
-                hasTicket = !payload.empty();
+        } else if (slot == cmsSlot) {
+            cms = readBlob(whole, offset, wrapperMagic).subspan(8);
         }
-    }
+    });
     if (!strongest)
         throw CodeSignatureError();
     CodeSignature signature = std::move(strongest->fields);
     signature.cmsSize = cms.size();
     if (!cms.empty())
         signature.authorities = signerChain(cms);
-    signature.hasTicket = hasTicket;
+    signature.hasTicket = holdsTicket(region);
     return signature;
+}
+
+bool holdsTicket(ByteView region) {
+    bool found = false;
+    visitBlobs(region, [&](std::uint32_t slot, std::uint32_t offset, const BinaryReader& whole) {
+        if (slot == ticketSlot)
+            found = !readBlob(whole, offset, wrapperMagic).subspan(8).empty();
+    });
+    return found;
 }
 
 bool isDiskImage(ByteView file) {

@@ -157,7 +157,7 @@ bool hasStapledTicket(const std::filesystem::path& path) {
     if (!isDiskImage(mapped.bytes()))
         throw SignedObjectError("does not have a file type that can carry a ticket");
     const auto region = findDiskImageSignature(mapped.bytes());
-    return region && readCodeSignature(*region).hasTicket;
+    return region && holdsTicket(*region);
 }
 
 } // namespace halvo

@@ -77,7 +77,7 @@ const std::string identity = "Developer ID Application: Jane Doe (ABCDE12345)";
 struct StepCase {
     const char* name;
     Arguments arguments;
-    std::string tool; ///< what runs when the signal comes; empty while a ZIP archive is written
+    std::string tool; ///< what runs when the signal comes; empty while an archive or an image is written
 };
 
 /// Releases to a real bucket that are interrupted at a step of theirs.
@@ -110,37 +110,33 @@ protected:
     InterruptedStep() {
         useStore();
         if (GetParam().arguments.front() == "Mine.dmg")
-            script("\"$1/usr/bin/hdiutil\" create -srcfolder . -volname Demo -fs APFS -format UDRW Mine.dmg",
-                   {HALVO_TOOLBOX});
+            folder.write("work/Mine.dmg", "read by nobody");
     }
 
     /// An app that takes a while to pack.
-    void enlargeApp() { script("head -c 100000000 /dev/urandom >Demo.app/Contents/Resources/noise"); }
+    void enlargeApp() {
+        script("head -c 100000000 /dev/urandom | base64 >Demo.app/Contents/Resources/noise");
+    }
 
-    /// The tool starts a child of its own and hangs. A disk image tool takes a second before it does its
-    /// work, since one that attaches is not ended half-way.
+    /// The tool starts a child of its own and hangs.
     void delayTool() {
-        const std::string& tool = GetParam().tool;
-        if (!tool.starts_with("hdiutil "))
-            return tools.script(tool, {R"([{"spawn": 60}, {"hang": true}])"});
-        const auto program = folder / "root/usr/bin/hdiutil";
-        std::filesystem::remove(program);
-        folder.write(
-            "root/usr/bin/hdiutil",
-            "#!/bin/sh\nif [ \"$1\" = " + tool.substr(8) +
-                " ]; then echo $$ >>\"$SCRIPTED_TOOLS/pids\"; touch \"$SCRIPTED_TOOLS/delayed\"; sleep 1; fi\nexec " HALVO_TOOLBOX
-                "/usr/bin/hdiutil \"$@\"\n");
+        if (GetParam().tool != "7zz")
+            return tools.script(GetParam().tool, {R"([{"spawn": 60}, {"hang": true}])"});
+        const auto program =
+            folder.write("bin/7zz", "#!/bin/sh\necho $$ >>\"$SCRIPTED_TOOLS/pids\"\nexec sleep 60\n");
         std::filesystem::permissions(program, std::filesystem::perms(0755));
+        variables["PATH"] = program.parent_path().string() + ":/usr/bin:/bin";
     }
 
     bool isReached() const {
         const std::string& tool = GetParam().tool;
-        if (tool.starts_with("hdiutil "))
-            return std::filesystem::exists(tools / "delayed");
+        if (tool == "7zz")
+            return std::filesystem::exists(tools / "pids");
         if (!tool.empty())
             return !tools.argumentsOf(tool).empty();
-        const auto files = temporaryFiles();
-        return std::ranges::any_of(files, [](const auto& file) { return file.extension() == ".zip"; });
+        const auto files = temporaryFiles(); // an image has no name yet in its folder
+        return std::ranges::any_of(files,
+                                   [](const auto& file) { return file.filename().string().size() == 36; });
     }
 };
 
@@ -171,13 +167,11 @@ const Arguments app{"Demo.app", "--codesign-identity", identity};
 const Arguments localBuild{"Demo.app", "--codesign-identity", identity, "--output", "out"};
 
 INSTANTIATE_TEST_SUITE_P(Release, InterruptedStep,
-                         testing::Values(StepCase{"importing", {"Mine.dmg"}, "hdiutil attach"},
+                         testing::Values(StepCase{"importing", {"Mine.dmg"}, "7zz"},
                                          StepCase{"archiving", project, "xcodebuild archive"},
                                          StepCase{"exporting", project, "xcodebuild -exportArchive"},
                                          StepCase{"codeSigning", app, "codesign --sign"},
-                                         StepCase{"creatingImage", app, "hdiutil create"},
-                                         StepCase{"attachingImage", app, "hdiutil attach"},
-                                         StepCase{"convertingImage", app, "hdiutil convert"},
+                                         StepCase{"writingImage", app, ""},
                                          StepCase{"notarizing", project, "notarytool submit"},
                                          StepCase{"stapling", project, "stapler staple"},
                                          StepCase{"zipping", {"Demo.app"}, ""}),

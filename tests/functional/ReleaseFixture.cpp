@@ -90,10 +90,7 @@ nlohmann::json ReleaseTest::itemsOf(const std::string& feed) {
 void ReleaseTest::useTools(const ScriptedTools& tools) {
     for (const auto& [name, value] : tools.programVariables())
         variables[name] = value;
-    script(
-        "mkdir -p ../root/bin; cp -R \"$1/usr\" ../root; ln -sf \"$1/scripted_tool\" ../root; "
-        "ln -s \"$2/usr/bin/hdiutil\" \"$2/usr/bin/SetFile\" ../root/usr/bin; ln -s /bin/chmod ../root/bin",
-        {variables.at("HALVO_TOOL_ROOT"), HALVO_TOOLBOX});
+    script("cp -R \"$1\" ../root", {variables.at("HALVO_TOOL_ROOT")});
     variables["HALVO_TOOL_ROOT"] = folder / "root";
 }
 

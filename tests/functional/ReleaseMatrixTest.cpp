@@ -18,7 +18,7 @@ const Variables notaryKey{
 
 struct Input {
     const char* name;
-    const char* make; ///< a script with the toolbox as $1 and the scripted tools as $2; Demo.app is there
+    const char* make; ///< a script with the program as $1 and the scripted tools as $2; Demo.app is there
     Arguments arguments;
     const char* extension; ///< of the artefact
     bool exported = false; ///< out of an archive
@@ -37,9 +37,7 @@ const std::vector<Input> inputs{
     {"signedApp", makeNothing, signedInput({"Demo.app"}), "dmg"},
     {"zip", "zip -qry Mine.zip Demo.app", {"Mine.zip", "--skip-notarization"}, "zip"},
     {"dmg",
-     "mkdir volume; mv Demo.app volume; \"$1/usr/bin/hdiutil\" create -srcfolder volume -volname Demo -fs "
-     "APFS "
-     "-format UDRW raw.dmg; \"$1/usr/bin/hdiutil\" convert raw.dmg -format ULMO -o Mine.dmg",
+     "HOME=. \"$1\" create-dmg Demo.app --skip-notarization --output Mine.dmg; rm -r Demo.app",
      {"Mine.dmg"},
      "dmg"},
     {"archive",
@@ -68,7 +66,7 @@ protected:
         secrets.emplace_back("p8 key");
         tools.script("codesign -dvv", {"[]"}); // no Developer ID signed it yet
         prepareDestination();
-        script(input.make, {HALVO_TOOLBOX, variables.at("HALVO_TOOL_ROOT")});
+        script(input.make, {HALVO_PROGRAM, variables.at("HALVO_TOOL_ROOT")});
     }
 
     bool isBucket() const {
@@ -198,13 +196,12 @@ protected:
     void expectApp(const std::string& artefact) {
         const std::string extension = input.extension;
         const auto file = folder.write("opened." + extension, artefact);
-        const bool made = extension == "dmg" && std::string_view(input.name) != "dmg";
-        script(extension == "zip"
-                   ? "unzip -tq \"$1\" && unzip -l \"$1\" Demo.app/Contents/Info.plist"
-                   : "place=$(\"$2/usr/bin/hdiutil\" attach \"$1\" -nobrowse | sed -n 's|.*\\t/|/|p'); "
-                     "test -f \"$place/Demo.app/Contents/Info.plist\"; \"$3\" -e \"$place/.DS_Store\"; "
-                     "\"$2/usr/bin/hdiutil\" detach \"$place\"",
-               {file.string(), HALVO_TOOLBOX, made ? "test" : "true"});
+        script(
+            extension == "zip"
+                ? "unzip -tq \"$1\" && unzip -l \"$1\" Demo.app/Contents/Info.plist"
+                : "7zz t \"$1\" && 7zz l -ba \"$1\" >list && grep -q Demo/Demo.app/Contents/Info.plist list && "
+                  "grep -q Demo/.DS_Store list && rm list",
+            {file.string()});
     }
 
     ScriptedTools tools;

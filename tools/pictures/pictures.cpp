@@ -1,7 +1,6 @@
 // pictures FOLDER: writes the generated background of a disk image and the blueprint as the program draws
 // them.
-#include <HalvoDMG/DMGBackgroundImage.h>
-#include <HalvoDMG/DMGBackgroundTemplate.h>
+#include <HalvoDMG/Background.h>
 #include <Platform/Files.h>
 
 #include <cstdio>
@@ -15,9 +14,9 @@ int main(int count, char** arguments) {
     try {
         const std::filesystem::path folder = arguments[1];
         const auto images = makeSystemImageServices();
-        const URL background = DMGBackgroundImage(*images, folder).create(600, 400, "Demo", true);
-        std::filesystem::rename(background.filePath(), folder / "dmg-background.png");
-        writeFileAtomically(folder / "dmg-template.png", DMGBackgroundTemplate(*images).create({}));
+        writeFileAtomically(folder / "dmg-background.png",
+                            generatedBackground({600, 400}, "Demo", true, *images).picture);
+        writeFileAtomically(folder / "dmg-template.png", drawBackgroundTemplate({}, *images));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", describe(error).c_str());
         return 1;

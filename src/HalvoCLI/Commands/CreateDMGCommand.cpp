@@ -4,7 +4,6 @@
 #include "Services.h"
 
 #include <HalvoCore/StorageController.h>
-#include <HalvoDMG/DMGBackground.h>
 #include <HalvoDMG/DMGCreator.h>
 #include <HalvoNotarization/Codesigner.h>
 #include <HalvoNotarization/Notarizer.h>
@@ -119,25 +118,21 @@ private:
 
     static URL createImage(const Platform& platform, Terminal& terminal, const Plan& plan, const URL& appURL,
                            const std::optional<URL>& outputURL) {
-        DMGConfiguration configuration;
+        const DMGConfiguration configuration;
         const PointSize window = configuration.windowSize();
-        const DMGBackground picture =
-            plan.background ? DMGBackground::fitted(*plan.background, window, platform.images,
-                                                    platform.temporaryDirectory)
-                            : DMGBackground::generated(window, plan.appName, plan.watermark, platform.images,
-                                                       platform.temporaryDirectory);
-        if (picture.retinaWarning())
-            terminal.warning({{.message = *picture.retinaWarning()}});
-        configuration.backgroundImage = picture.url();
-        const DMGCreator creator(platform.processes, platform.volumes, platform.clock, platform.images,
-                                 platform.temporaryDirectory, platform.cancellation);
+        const Background picture =
+            plan.background ? fittedBackground(*plan.background, window, platform.images)
+                            : generatedBackground(window, plan.appName, plan.watermark, platform.images);
+        if (picture.retinaWarning)
+            terminal.warning({{.message = *picture.retinaWarning}});
+        const auto builder = makeImageBuilder(platform);
         return terminal.progressStep(
             {.message = "Creating DMG",
              .successMessage = "DMG created",
              .errorMessage = "Failed to create DMG"},
             [&](ProgressUpdater& line) {
-                return creator.create(
-                    appURL, outputURL, configuration,
+                return DMGCreator(*builder).create(
+                    appURL, outputURL, configuration, picture,
                     [&line](std::uint64_t done, std::uint64_t total) { line.progress(done, total); });
             });
     }

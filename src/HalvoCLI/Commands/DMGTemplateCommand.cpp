@@ -1,7 +1,7 @@
 #include "Commands/Commands.h"
 #include "Services.h"
 
-#include <HalvoDMG/DMGBackgroundTemplate.h>
+#include <HalvoDMG/Background.h>
 #include <Platform/Files.h>
 
 #include <filesystem>
@@ -35,7 +35,7 @@ public:
             terminal->printError(TerminalText::danger("A file already exists at " + file.string() + "."));
             throw ExitCode{ExitCode::failure};
         }
-        const Bytes picture = DMGBackgroundTemplate(services.platform.images).create(DMGConfiguration());
+        const Bytes picture = drawBackgroundTemplate({}, services.platform.images);
         writeNewFile(file, picture, 0644);
         terminal->print("Template written to " + TerminalText::path(file.string()));
         terminal->print("Design over it, export at the same pixel size, then run " +

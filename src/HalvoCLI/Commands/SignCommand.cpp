@@ -68,7 +68,7 @@ private:
     BundleInfo readBundleInfo(const Platform& platform) const {
         const ZipService zipService(platform.temporaryDirectory, platform.cancellation);
         const DMGService dmgService(platform.processes, platform.log, platform.temporaryDirectory,
-                                    platform.cancellation);
+                                    platform.cancellation, platform.hasDiskImageTools);
         const BundleInfo info =
             BundleImportService(zipService, dmgService).importBundle(URL::file(path)).bundleInfo();
         if (info.appIcon)

@@ -1,6 +1,7 @@
 #include <ImageFormats/IconFile.h>
 
 #include <Base/BinaryReader.h>
+#include <ImageFormats/JPEG2000Picture.h>
 #include <ImageFormats/PNGPicture.h>
 
 #include <algorithm>
@@ -18,7 +19,7 @@ constexpr std::uint32_t headerSize = 8;
 constexpr std::string_view packedARGBPrefix = "ARGB";
 
 /// The elements whose pictures are planes of pixels and do not say their size. Any of them may hold a PNG
-/// instead.
+/// or JPEG 2000 instead.
 struct PlaneType {
     std::string_view type;
     unsigned side;
@@ -70,10 +71,17 @@ ByteView findMask(const std::vector<Element>& elements, std::string_view type, s
 bool startsWith(ByteView data, std::string_view prefix) { return viewText(data).starts_with(prefix); }
 
 std::optional<IconPicture> recognise(const Element& element, const std::vector<Element>& elements) {
-    if (const auto size = readPNGSize(element.data)) {
-        if (size->width == 0 || size->height == 0 || std::max(size->width, size->height) > longestPictureSide)
-            return std::nullopt;
-        return IconPicture{.width = size->width, .height = size->height, .data = element.data};
+    IconPicture compressed{.data = element.data};
+    std::optional<PictureSize> size = readPNGSize(element.data);
+    if (!size) {
+        compressed.encoding = IconPicture::Encoding::jpeg2000;
+        size = readJPEG2000Size(element.data);
+    }
+    if (size) {
+        compressed.width = size->width;
+        compressed.height = size->height;
+        const auto [shorter, longer] = std::minmax(size->width, size->height);
+        return shorter == 0 || longer > longestPictureSide ? std::nullopt : std::optional(compressed);
     }
     const auto type = std::ranges::find(planeTypes, element.type, &PlaneType::type);
     if (type == planeTypes.end())
@@ -148,6 +156,8 @@ std::vector<IconPicture> listIconPictures(ByteView icns) {
 std::optional<Picture> decodeIconPicture(const IconPicture& icon) {
     if (icon.encoding == IconPicture::Encoding::png)
         return decodePNG(icon.data);
+    if (icon.encoding == IconPicture::Encoding::jpeg2000)
+        return decodeJPEG2000(icon.data);
     const std::size_t plane = std::size_t{icon.width} * icon.height;
     const bool hasAlphaPlane = icon.encoding == IconPicture::Encoding::packedARGB;
     Bytes unpacked;

@@ -19,11 +19,6 @@ std::filesystem::path withoutClosingSlash(const std::filesystem::path& path) {
 } // namespace
 
 VolumeFacts::Info SystemVolumeFacts::info(const std::filesystem::path& mountPoint) const {
-    if (attached)
-        if (const std::optional<AttachedVolume> volume = attached->find(mountPoint))
-            return {.name = volume->name,
-                    .createDate = volume->creationDate,
-                    .usualMountPoint = "/Volumes/" + volume->name};
     Info info{.name = withoutClosingSlash(mountPoint).filename().string()};
     try {
         info.createDate = creationDate(mountPoint).value_or(Date());
@@ -34,9 +29,6 @@ VolumeFacts::Info SystemVolumeFacts::info(const std::filesystem::path& mountPoin
 }
 
 std::uint64_t SystemVolumeFacts::fileID(const std::filesystem::path& path) const {
-    if (attached)
-        if (const std::optional<std::uint64_t> known = attached->fileID(path))
-            return *known;
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0)
         throw FileError("read", path, errno);
@@ -44,9 +36,6 @@ std::uint64_t SystemVolumeFacts::fileID(const std::filesystem::path& path) const
 }
 
 std::optional<Date> SystemVolumeFacts::creationDate(const std::filesystem::path& path) const {
-    if (attached)
-        if (const std::optional<Date> date = attached->creationDate(path))
-            return date;
     struct statx status {};
     if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BTIME, &status) != 0)
         throw FileError("read", path, errno);

@@ -36,7 +36,7 @@ public:
     SystemVolumeFacts volumes;
     SilentLog log;
     Platform platform{environment, clock,   processes, userDefaults,  keychainItems, *http, *images,
-                      workspace,   volumes, log,       folder.path(), folder.path(), {}};
+                      workspace,   volumes, log,       folder.path(), folder.path(), {},    true};
     std::shared_ptr<BufferOutput> output;
     std::shared_ptr<BufferOutput> error;
     Services services;

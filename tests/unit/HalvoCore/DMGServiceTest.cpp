@@ -1,6 +1,10 @@
 #include <HalvoCore/DMGService.h>
 
+#include <DiskImage/DiskImageWriter.h>
+
 #include <Base/PropertyList.h>
+#include <Platform/SystemProcessRunner.h>
+#include <Support/CaseName.h>
 #include <Support/DemoApp.h>
 #include <Support/FakeProcessRunner.h>
 #include <Support/RecordingLog.h>
@@ -127,6 +131,60 @@ TEST_F(DMGServiceTest, detachesAVolumeThatItCannotUseAndLogsWhereThatFails) {
     EXPECT_THAT(log.messages,
                 ElementsAre("Failed to unmount DMG at " + volume.string() + ": Failed to unmount DMG: busy"));
 }
+
+struct UnmountedCase {
+    const char* name;
+    std::vector<std::string> files;
+    std::string outcome; ///< an identifier, or what went wrong
+};
+class UnmountedImage : public testing::TestWithParam<UnmountedCase> {};
+
+/// The property list and the icon of an app in files that are otherwise of no account.
+TEST_P(UnmountedImage, isReadWith7Zip) {
+    const test::TemporaryFolder folder;
+    fs::create_directories(folder / "volume");
+    fs::create_directories(folder / "temporary");
+    for (const std::string& file : GetParam().files)
+        folder.write("volume/" + file, test::readText(test::writeDemoApp(folder) / "Contents/Info.plist"));
+    fs::create_directory_symlink("/Applications", folder / "volume/Applications");
+    const fs::path image = folder / "made.dmg";
+    ASSERT_TRUE(
+        writeDiskImage({{.name = "Vol\u00fame"}, readVolumeItem(folder / "volume", "").children}, image));
+    const Environment environment(std::map<std::string, std::string>{{"PATH", "/usr/bin:/bin"}});
+    SystemProcessRunner processes(environment, ToolPaths(environment, ""));
+    SilentLog log;
+    const DMGService service(processes, log, folder / "temporary", {}, false);
+    std::string outcome;
+    try {
+        const BundleInfo info = service.extractBundleInfo(URL::file(image));
+        outcome = info.identifier;
+        if (info.appIcon) {
+            outcome += " with icon";
+            fs::remove(info.appIcon->filePath());
+        }
+    } catch (const Failure& failure) {
+        outcome = failure.description();
+    }
+    EXPECT_EQ(outcome, GetParam().outcome);
+    EXPECT_TRUE(fs::is_empty(folder / "temporary"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Contents, UnmountedImage,
+    testing::Values(
+        UnmountedCase{"app",
+                      {"D\u00e9mo.app/Contents/Info.plist", "D\u00e9mo.app/Contents/MacOS/x"},
+                      "com.example.Demo"},
+        UnmountedCase{"icon",
+                      {"Demo.app/Contents/Info.plist", "Demo.app/Contents/Resources/Demo.icns"},
+                      "com.example.Demo with icon"},
+        UnmountedCase{"firstByName",
+                      {"B.app/Contents/Info.plist", "A.app/Contents/x", "Z/A.app/Contents/Info.plist"},
+                      "Bundle does not contain an Info.plist"},
+        UnmountedCase{"fileNotFolder", {"Demo.app"}, "No .app bundle found in DMG"},
+        UnmountedCase{"deeper", {"folder/Demo.app/Contents/Info.plist"}, "No .app bundle found in DMG"},
+        UnmountedCase{"noBundle", {"Demo.app/readme"}, "Invalid app bundle in DMG"}),
+    test::CaseName());
 
 } // namespace
 } // namespace halvo

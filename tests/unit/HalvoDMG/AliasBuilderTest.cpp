@@ -1,30 +1,18 @@
-#include "FakeVolumeFacts.h"
-
 #include <Base/BinaryReader.h>
 #include <Base/Unicode.h>
 #include <HalvoDMG/AliasBuilder.h>
 
-#include <Support/CaseName.h>
+#include <Support/FakeClock.h>
 #include <Support/TemporaryFolder.h>
 
-#include <map>
+#include <gtest/gtest.h>
 
 #include <sys/stat.h>
-
-#include <gtest/gtest.h>
 
 namespace halvo {
 namespace {
 
-using test::FakeVolumeFacts;
-using test::StoppedClock;
-
 const Date someDay = *parseISO8601("2026-01-02T03:04:05Z");
-
-struct ReadAlias {
-    std::string volumeName, fileName;
-    std::map<unsigned, Bytes> tags;
-};
 
 std::string pascalString(BinaryReader reader, std::size_t fieldSize) {
     const std::size_t length = reader.readUInt8();
@@ -35,36 +23,13 @@ std::string pascalString(BinaryReader reader, std::size_t fieldSize) {
     return text;
 }
 
-/// Takes a record apart; every byte must be accounted for.
-ReadAlias readAlias(const Bytes& record) {
-    const BinaryReader whole(record);
-    EXPECT_EQ(whole.block(4, 2).readUInt16(), record.size());
-    ReadAlias alias{.volumeName = pascalString(whole.block(10, 28), 28),
-                    .fileName = pascalString(whole.block(50, 64), 64)};
-    BinaryReader tags = whole.block(150, record.size() - 150);
-    while (true) {
-        EXPECT_EQ(tags.position() % 2, 0u);
-        const unsigned tag = tags.readUInt16();
-        const std::size_t length = tags.readUInt16();
-        if (tag == 0xFFFF) {
-            EXPECT_EQ(length, 0u);
-            EXPECT_TRUE(tags.atEnd());
-            return alias;
-        }
-        const ByteView data = tags.readBytes(length);
-        alias.tags[tag].assign(data.begin(), data.end());
-        if (length % 2 == 1) {
-            EXPECT_EQ(tags.readUInt8(), 0);
-        }
-    }
-}
-
-std::string aliasError(const AliasBuilder& builder, const char* mount, const char* target) {
+std::string aliasError(const AliasBuilder& builder, const std::filesystem::path& mount,
+                       const std::filesystem::path& target) {
     try {
         builder.makeFileAlias(mount, target);
         return "nothing";
     } catch (const DMGCreationError& error) {
-        EXPECT_TRUE(std::holds_alternative<DMGCreationError::AliasBuildFailed>(error.which));
+        EXPECT_TRUE(error.is<DMGCreationError::AliasBuildFailed>());
         return error.description();
     }
 }
@@ -78,85 +43,35 @@ TEST(CarbonAlias, isLaidOutByteForByte) {
                             .fileID = 0x55667788,
                             .pathInVolume = "/.background/x",
                             .mountPoint = "/Volumes/Demo 1"};
-    const std::string zeros(128, '0');
-    EXPECT_EQ(toHex(alias.encode()), "00000000"
-                                     "00e2"
-                                     "0002"
-                                     "0000"
-                                     "0444656d6f" +
-                                         zeros.substr(0, 46) +
-                                         "e57ce625"
-                                         "482b"
-                                         "0000"
-                                         "11223344"
-                                         "086267c3a92e706e67" +
-                                         zeros.substr(0, 110) +
-                                         "55667788"
-                                         "7c25b080"
-                                         "00000000"
-                                         "00000000"
-                                         "ffff"
-                                         "ffff"
-                                         "00000000"
-                                         "0000"
-                                         "00000000000000000000"
-                                         "000e"
-                                         "0010"
-                                         "0007"
-                                         "0062006700e9002e0070006e0067"
-                                         "000f"
-                                         "000a"
-                                         "0004"
-                                         "00440065006d006f"
-                                         "0012"
-                                         "000e"
-                                         "2f2e6261636b67726f756e642f78"
-                                         "0013"
-                                         "000f"
-                                         "2f566f6c756d65732f44656d6f2031"
-                                         "00"
-                                         "ffff"
-                                         "0000");
+    const auto zeros = [](std::size_t bytes) { return std::string(2 * bytes, '0'); };
+    EXPECT_EQ(
+        toHex(alias.encode()),
+        "0000000000e2000200000444656d6f" + zeros(23) + "e57ce625482b000011223344086267c3a92e706e67" +
+            zeros(55) + "556677887c25b080" + zeros(8) + "ffffffff" + zeros(16) +
+            "000e001000070062006700e9002e0070006e0067000f000a000400440065006d006f0012000e2f2e6261636b67726f756e642f780013000f2f566f6c756d65732f44656d6f203100ffff0000");
 }
 
-struct CutName {
-    const char* name;
-    std::string text;
-    std::string inVolumeField; ///< 27 bytes at most
-    std::string inFileField;   ///< 63 bytes at most
-};
-class CutNames : public testing::TestWithParam<CutName> {};
-
-TEST_P(CutNames, endBetweenCharacters) {
-    const CutName& row = GetParam();
-    const CarbonAlias alias{
-        .volumeName = row.text, .fileName = row.text, .pathInVolume = "/x", .mountPoint = "/m"};
-    const ReadAlias read = readAlias(alias.encode());
-    EXPECT_EQ(read.volumeName, row.inVolumeField);
-    EXPECT_EQ(read.fileName, row.inFileField);
-    EXPECT_EQ(BinaryReader(read.tags.at(14)).readUInt16(), encodeUTF16(row.text)->size()); // never cut here
-    EXPECT_EQ(read.tags.at(15), read.tags.at(14));
+TEST(CarbonAlias, cutsNamesBetweenCharacters) {
+    const auto repeated = [](std::string_view letter, std::size_t count) {
+        std::string all;
+        for (std::size_t index = 0; index < count; ++index)
+            all += letter;
+        return all;
+    };
+    // The fields hold 27 and 63 bytes at most; the tags, of which the first begins at 150, whole names.
+    for (const auto& [letter, count, inVolumeField, inFileField] : {std::tuple{"", 1u, 0u, 0u},
+                                                                    {"a", 63u, 27u, 63u},
+                                                                    {"a", 64u, 27u, 63u},
+                                                                    {"\u00e9", 40u, 13u, 31u},
+                                                                    {"\U0001F4BE", 20u, 6u, 15u}}) {
+        const std::string name = repeated(letter, count);
+        const Bytes record = CarbonAlias{.volumeName = name, .fileName = name, .pathInVolume = "/x"}.encode();
+        const BinaryReader whole(record);
+        EXPECT_EQ(pascalString(whole.block(10, 28), 28), repeated(letter, inVolumeField));
+        EXPECT_EQ(pascalString(whole.block(50, 64), 64), repeated(letter, inFileField));
+        EXPECT_EQ(whole.block(154, 2).readUInt16(), encodeUTF16(name)->size());
+    }
 }
-
-std::string repeated(const std::string& text, std::size_t count) {
-    std::string all;
-    for (std::size_t index = 0; index < count; ++index)
-        all += text;
-    return all;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Lengths, CutNames,
-    testing::Values(
-        CutName{"empty", "", "", ""},
-        CutName{"fits", std::string(27, 'a'), std::string(27, 'a'), std::string(27, 'a')},
-        CutName{"oneMore", std::string(28, 'a'), std::string(27, 'a'), std::string(28, 'a')},
-        CutName{"fillsTheFile", std::string(63, 'a'), std::string(27, 'a'), std::string(63, 'a')},
-        CutName{"oneMoreForTheFile", std::string(64, 'a'), std::string(27, 'a'), std::string(63, 'a')},
-        CutName{"twoBytes", repeated("\u00e9", 40), repeated("\u00e9", 13), repeated("\u00e9", 31)},
-        CutName{"fourBytes", repeated("\U0001F4BE", 20), repeated("\U0001F4BE", 6),
-                repeated("\U0001F4BE", 15)}),
-    test::CaseName());
 
 TEST(CarbonAlias, survivesNamesThatFitNowhere) {
     const CarbonAlias alias{.volumeName = std::string(70000, 'v'),
@@ -183,43 +98,33 @@ TEST(HFSSeconds, countFrom1904AndStopAtTheEnds) {
 
 class AliasBuilding : public testing::Test {
 protected:
-    AliasBuilding() {
-        volume.volume = {.name = "Demo", .createDate = someDay};
-        volume.files = {{"/Volumes/Demo", {.id = 2}},
-                        {"/Volumes/Demo/bg.png", {.id = 0x100000011}},
-                        {"/Volumes/Demo/.background", {.id = 16}},
-                        {"/Volumes/Demo/.background/bg.png", {.id = 17, .creationDate = someDay}}};
+    static std::uint32_t inode(const std::filesystem::path& path) {
+        struct stat status {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return static_cast<std::uint32_t>(status.st_ino);
     }
 
-    FakeVolumeFacts volume;
-    StoppedClock clock;
-    AliasBuilder builder{volume, clock};
+    test::TemporaryFolder folder;
+    SystemVolumeFacts facts;
+    test::FakeClock clock;
+    AliasBuilder builder{facts, clock};
 };
 
-TEST_F(AliasBuilding, takesTheVolumesOwnNumbers) {
-    const CarbonAlias expected{.volumeName = "Demo",
-                               .volumeCreationDate = someDay,
-                               .fileName = "bg.png",
-                               .fileCreationDate = someDay,
-                               .parentID = 16,
-                               .fileID = 17,
-                               .pathInVolume = "/.background/bg.png",
-                               .mountPoint = "/Volumes/Demo"};
-    EXPECT_EQ(builder.makeFileAlias("/Volumes/Demo", "/Volumes/Demo/.background/bg.png"), expected.encode());
-    EXPECT_EQ(builder.makeFileAlias("/Volumes/Demo/", "/Volumes/Demo/.background/bg.png"), expected.encode());
-}
-
-TEST_F(AliasBuilding, hasTheMountPointForAParentAndTheClockForADate) {
-    clock.time = someDay;
-    const CarbonAlias expected{.volumeName = "Demo",
-                               .volumeCreationDate = someDay,
-                               .fileName = "bg.png",
-                               .fileCreationDate = someDay,
-                               .parentID = 2,
-                               .fileID = 0x11, // the low half
-                               .pathInVolume = "/bg.png",
-                               .mountPoint = "/Volumes/Demo"};
-    EXPECT_EQ(builder.makeFileAlias("/Volumes/Demo", "/Volumes/Demo/bg.png"), expected.encode());
+TEST_F(AliasBuilding, takesWhatTheVolumeSays) {
+    const std::filesystem::path mount = folder / "Demo";
+    for (const std::string place : {".background/bg.png", "bg.png"}) {
+        const std::filesystem::path file = folder.write("Demo/" + place, "picture");
+        const CarbonAlias expected{.volumeName = "Demo",
+                                   .volumeCreationDate = facts.creationDate(mount).value_or(Date()),
+                                   .fileName = "bg.png",
+                                   .fileCreationDate = facts.creationDate(file).value_or(clock.now()),
+                                   .parentID = inode(file.parent_path()),
+                                   .fileID = inode(file),
+                                   .pathInVolume = "/" + place,
+                                   .mountPoint = mount};
+        EXPECT_EQ(builder.makeFileAlias(mount, file), expected.encode());
+        EXPECT_EQ(builder.makeFileAlias(mount / "", file), expected.encode());
+    }
 }
 
 TEST_F(AliasBuilding, refusesWhatLiesElsewhere) {
@@ -230,31 +135,10 @@ TEST_F(AliasBuilding, refusesWhatLiesElsewhere) {
 }
 
 TEST_F(AliasBuilding, saysWhatTheFileSystemSaid) {
-    EXPECT_EQ(aliasError(builder, "/Volumes/Demo", "/Volumes/Demo/none.png"),
-              "Failed to build Carbon alias data: getattrlist(FILEID) on /Volumes/Demo/none.png: "
-              "No such file or directory");
-}
-
-TEST(SystemVolumeFacts, describeAFolder) {
-    const test::TemporaryFolder folder;
-    const std::filesystem::path file = folder.write("Disk/.background/bg.png", "picture");
-    const std::filesystem::path mount = folder / "Disk";
-    struct stat status {};
-    ASSERT_EQ(::stat(file.c_str(), &status), 0);
-
-    const SystemVolumeFacts facts;
-    EXPECT_EQ(facts.info(mount).name, "Disk");
-    EXPECT_EQ(facts.info(mount / "").name, "Disk");
-    EXPECT_EQ(facts.info(mount).createDate, facts.creationDate(mount).value_or(Date()));
-    EXPECT_EQ(facts.info("/none/Gone"), (VolumeFacts::Info{.name = "Gone", .createDate = Date()}));
-    EXPECT_EQ(facts.fileID(file), status.st_ino);
-    EXPECT_THROW((void)facts.fileID(mount / "none"), FileError);
-    EXPECT_THROW((void)facts.creationDate(mount / "none"), FileError);
-    if (const std::optional<Date> date = facts.creationDate(file)) {
-        const Date now = SystemClock().now();
-        EXPECT_LE(*date, now + std::chrono::seconds(1));
-        EXPECT_GE(*date, now - std::chrono::minutes(10));
-    }
+    const std::string file = folder / "none.png";
+    EXPECT_EQ(aliasError(builder, folder.path(), file),
+              "Failed to build Carbon alias data: getattrlist(FILEID) on " + file +
+                  ": No such file or directory");
 }
 
 } // namespace

@@ -45,7 +45,7 @@ TEST(DMGCreator, runsTheToolsInOrderAndLeavesTheImageAlone) {
 
     EXPECT_EQ(fs::read_symlink(tools.volume / "Applications"), "/Applications");
     EXPECT_EQ(fs::read_symlink(tools.volume / "My App.app/Contents/Link"), "MacOS/Demo");
-    EXPECT_TRUE(fs::exists(tools.volume / ".background/background.png"));
+    EXPECT_EQ(test::readText(tools.volume / ".background/background.png"), "picture");
     EXPECT_TRUE(fs::exists(tools.volume / ".DS_Store"));
     EXPECT_EQ(test::readText(tools.volume / ".VolumeIcon.icns"), "icon");
     EXPECT_FALSE(fs::exists(tools.volume / ".fseventsd"));
@@ -53,7 +53,7 @@ TEST(DMGCreator, runsTheToolsInOrderAndLeavesTheImageAlone) {
 
 TEST(DMGCreator, writesBesideTheAppUnderTheNameThatWasAskedFor) {
     ImageToolsFake tools;
-    tools.configuration = {.volumeName = "Other", .backgroundImage = tools.configuration.backgroundImage};
+    tools.configuration = {.volumeName = "Other"};
     tools.app += "/";
     const URL made = tools.create(std::nullopt);
     EXPECT_EQ(made.filePath(), tools.folder / "My App.dmg");

@@ -11,15 +11,14 @@ ImageToolsFake::ImageToolsFake() {
     fs::create_directory(temporary);
     fs::create_directory(volume.parent_path());
     fs::create_symlink("MacOS/Demo", app / "Contents/Link");
-    static const Bytes picture = images->renderPNG(Drawing(), 600, 400, 2).value();
-    configuration.backgroundImage = URL::file(folder.write("bg.PNG", viewText(picture)));
     configuration.volumeIcon = URL::file(folder.write("icon.icns", "icon"));
 }
 
 URL ImageToolsFake::create(const std::optional<fs::path>& outputPath) {
     const std::optional<URL> outputURL = outputPath ? std::optional(URL::file(*outputPath)) : std::nullopt;
-    return DMGCreator(*this, volumes, clock, *images, temporary, cancellation.get_token())
-        .create(URL::file(app), outputURL, configuration);
+    const auto builder = makeToolImageBuilder(*this, volumes, clock, temporary, cancellation.get_token());
+    return DMGCreator(*builder).create(URL::file(app), outputURL, configuration,
+                                       {.picture = copyBytes("picture")});
 }
 
 std::string ImageToolsFake::failure() {

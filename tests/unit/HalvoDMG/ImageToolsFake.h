@@ -55,7 +55,6 @@ private:
     std::string work(const ProcessRequest& request) const;
 
     SystemVolumeFacts volumes{};
-    std::unique_ptr<ImageServices> images = makeSystemImageServices();
     std::string failingTool{};
     std::string failingVerb{};
     FakeAnswer fault{};

@@ -2,6 +2,8 @@
 
 #include "TestIcons.h"
 
+#include <ImageFormats/IconFile.h>
+
 #include <Platform/Files.h>
 #include <Support/TemporaryFolder.h>
 
@@ -94,6 +96,28 @@ TEST_F(SampleImages, thatAreCutOffNeverGiveAnotherSize) {
             const auto properties = readImageProperties(ByteView(whole).first(length));
             EXPECT_TRUE(!properties || properties->pixelWidth == 30) << file << " " << length;
             withImageDensity(ByteView(whole).first(length), {144, 144});
+        }
+    }
+}
+
+TEST_F(SampleImages, inJPEG2000AreDecodedInIcons) {
+    for (const auto& [name, original] : {std::pair{"plain.jp2", "plain.png"},
+                                         {"plain.j2k", "plain.png"},
+                                         {"grey.jp2", "grey.png"},
+                                         {"alpha.jp2", "alpha.png"}}) {
+        const Bytes image = sample(name);
+        const Bytes icon = buildIcon({{"ic08", image}});
+        const auto pictures = listIconPictures(icon);
+        ASSERT_EQ(pictures.size(), 1u) << name;
+        EXPECT_EQ(pictures[0].width, 30u);
+        const auto decoded = decodeIconPicture(pictures[0]);
+        ASSERT_TRUE(decoded) << name;
+        EXPECT_EQ(decoded->pixels, decodePNG(sample(original))->pixels) << name;
+        for (std::size_t length = 0; length < image.size(); length += 3) { // whatever comes of it
+            const Bytes cut =
+                buildIcon({{"ic08", Bytes(image.begin(), image.begin() + static_cast<long>(length))}});
+            for (const IconPicture& picture : listIconPictures(cut))
+                decodeIconPicture(picture);
         }
     }
 }

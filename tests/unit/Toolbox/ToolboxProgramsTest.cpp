@@ -169,6 +169,8 @@ TEST_F(ToolboxPrograms, findStapledTickets) {
     SystemClock clock;
     Notarizer notarizer({runner, clock}, folder.path());
     EXPECT_TRUE(notarizer.isNotarized(stapled));
+    const Bytes ticketAlone = signature({{0x10002, wrapped(viewBytes("s8ch"))}});
+    EXPECT_TRUE(notarizer.isNotarized(write("alone.dmg", test::diskImage(ticketAlone))));
     EXPECT_FALSE(notarizer.isNotarized(plain));
     EXPECT_FALSE(notarizer.isNotarized(bundle));
     folder.write("Demo.app/Contents/CodeResources", "<?xml version=\"1.0\"?>");

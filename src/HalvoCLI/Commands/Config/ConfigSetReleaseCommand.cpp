@@ -5,7 +5,7 @@
 #include "Services.h"
 
 #include <HalvoCore/StorageController.h>
-#include <HalvoDMG/DMGBackgroundNormalizer.h>
+#include <HalvoDMG/Background.h>
 #include <HalvoDMG/DMGConfiguration.h>
 #include <HalvoNotarization/Codesigner.h>
 
@@ -74,8 +74,8 @@ private:
             return std::nullopt;
         const URL background = URL::file(
             std::filesystem::absolute(expandingTilde(value, platform.homeDirectory)).lexically_normal());
-        DMGBackgroundNormalizer(platform.images, platform.temporaryDirectory)
-            .validate(background, DMGConfiguration().windowSize());
+        (void)fittedBackground(background, DMGConfiguration().windowSize(),
+                               platform.images); // says what is wrong
         return background;
     }
 };

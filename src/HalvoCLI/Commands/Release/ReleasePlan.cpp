@@ -2,7 +2,7 @@
 
 #include "Commands/Release/ReleaseInput.h"
 
-#include <HalvoDMG/DMGBackground.h>
+#include <HalvoDMG/Background.h>
 #include <HalvoDMG/DMGConfiguration.h>
 #include <HalvoDMG/DMGCreationError.h>
 #include <HalvoNotarization/CodesigningError.h>
@@ -86,11 +86,10 @@ std::optional<URL> ReleasePlanner::resolveBackground(const std::optional<Release
     if (!background)
         return std::nullopt;
     try {
-        // Found out here, before anything is built; a copy that was made to fit goes at once.
-        const auto fitted = DMGBackground::fitted(*background, DMGConfiguration().windowSize(),
-                                                  platform.images, platform.temporaryDirectory);
-        if (fitted.retinaWarning())
-            context.noora().warning({{.message = *fitted.retinaWarning()}});
+        // Found out here, before anything is built.
+        const auto fitted = fittedBackground(*background, DMGConfiguration().windowSize(), platform.images);
+        if (fitted.retinaWarning)
+            context.noora().warning({{.message = *fitted.retinaWarning}});
     } catch (const DMGCreationError& error) {
         throw Failure(error.description() +
                       " The release was stopped so it doesn't ship with the wrong background.");

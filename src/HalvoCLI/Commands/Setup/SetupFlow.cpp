@@ -46,7 +46,7 @@ BundleInfo SetupFlow::importApp() {
     const URL url = URL::file(expandingTilde(std::string(trimmed(path)), platform.homeDirectory));
     const ZipService zipService(platform.temporaryDirectory, platform.cancellation);
     const DMGService dmgService(platform.processes, platform.log, platform.temporaryDirectory,
-                                platform.cancellation);
+                                platform.cancellation, platform.hasDiskImageTools);
     const ImportedBundle imported = withFailurePrefix("Failed to import app: ", [&] {
         return terminal.progressStep(
             {.message = "Extract app metadata",

@@ -13,35 +13,37 @@
 
 namespace halvo {
 
-/// Reads the metadata of the app in a disk image, which `hdiutil` mounts for that.
+/// Reads the metadata of the app in a disk image, which `hdiutil` mounts for that. Where there is none, 7-Zip
+/// takes what is wanted out of the image.
 class DMGService {
 public:
-    class DMGError : public Failure {
-    public:
+    struct DMGCases {
         struct MountFailed {
             std::string text{};
+            std::string description() const { return "Failed to mount DMG: " + text; }
         };
         struct UnmountFailed {
             std::string text{};
+            std::string description() const { return "Failed to unmount DMG: " + text; }
         };
-        struct NoAppFound {};
-        struct InvalidBundle {};
+        struct NoAppFound {
+            std::string description() const { return "No .app bundle found in DMG"; }
+        };
+        struct InvalidBundle {
+            std::string description() const { return "Invalid app bundle in DMG"; }
+        };
         using Case = std::variant<MountFailed, UnmountFailed, NoAppFound, InvalidBundle>;
-        explicit DMGError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
-        Case which;
-
-    private:
-        static std::string describe(const Case& which);
     };
+    using DMGError = FailureOf<DMGCases>;
 
     DMGService(ProcessRunner& processes, Log& log, std::filesystem::path temporaryDirectory,
-               std::stop_token cancellation = {})
+               std::stop_token cancellation = {}, bool mountsImages = true)
         : processes(processes), log(log), temporaryDirectory(std::move(temporaryDirectory)),
-          cancellation(std::move(cancellation)) {}
+          cancellation(std::move(cancellation)), mountsImages(mountsImages) {}
 
-    /// Mounts the image, reads the first app at its top and unmounts it again, an image too that was mounted
-    /// before. `url` of the result points to a place that is gone; `appIcon` is a copy that the caller
-    /// removes. Throws DMGError, BundleInfoError, PropertyListError and ProcessError.
+    /// Reads the first app at the top of the image, mounted for that and unmounted again, an image too that
+    /// was mounted before. `url` of the result points to a place that is gone; `appIcon` is a copy that the
+    /// caller removes. Throws DMGError, BundleInfoError, PropertyListError and ProcessError.
     BundleInfo extractBundleInfo(const URL& dmgURL) const;
 
     /// Gives where the image is mounted, read-only unless it was mounted before. Throws DMGError
@@ -56,6 +58,7 @@ public:
 
 private:
     std::optional<URL> findMount(const URL& dmgURL, const std::stop_token& runCancellation) const;
+    BundleInfo readApp(const std::filesystem::path& app) const;
     void unmountAndLog(const URL& mountPoint) const;
     ProcessResult hdiutil(Arguments arguments, const std::stop_token& runCancellation) const;
 
@@ -63,6 +66,7 @@ private:
     Log& log;
     std::filesystem::path temporaryDirectory;
     std::stop_token cancellation;
+    bool mountsImages;
 };
 
 } // namespace halvo

@@ -2,7 +2,7 @@
 
 #include <HalvoCore/DistributionTools.h>
 
-#include <HalvoDMG/DMGCreator.h>
+#include <HalvoDMG/ImageBuilder.h>
 #include <HalvoNotarization/Codesigner.h>
 #include <HalvoNotarization/Notarizer.h>
 #include <HalvoNotarization/ProvisioningProfileReader.h>
@@ -32,7 +32,7 @@ private:
     ProvisioningProfileReader profiles;
     ArchiveExporter exporter;
     Notarizer notarizer;
-    DMGCreator dmgCreator;
+    std::unique_ptr<ImageBuilder> imageBuilder;
     ImageServices& images;
     std::filesystem::path temporaryDirectory;
 };

@@ -14,6 +14,10 @@ namespace halvo {
 DSStore finderLayout(const DMGConfiguration& configuration, const std::string& appName,
                      const std::optional<Bytes>& backgroundAlias);
 
+/// The file ".DS_Store" of that. Throws DMGCreationError (`DSStoreWriteFailed`).
+Bytes finderLayoutFile(const DMGConfiguration& configuration, const std::string& appName,
+                       const std::optional<Bytes>& backgroundAlias);
+
 /// Writes the layout to a mounted image.
 class DSStoreWriter {
 public:

@@ -32,6 +32,7 @@ struct Platform {
     std::filesystem::path temporaryDirectory; ///< `TMPDIR`, or the system's
     std::filesystem::path homeDirectory;
     std::stop_token cancellation;       ///< requested by Ctrl-C and SIGTERM; every blocking call is given it
+    bool hasDiskImageTools = false;     ///< hdiutil is here
     std::filesystem::path executable{}; ///< the running program, links resolved; empty when it cannot be told
 };
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <Base/Date.h>
-#include <Platform/AttachedVolumes.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -16,8 +15,6 @@ public:
     struct Info {
         std::string name{};
         Date createDate{};
-        /// Where macOS mounts it, when that is not where it stands for now.
-        std::optional<std::string> usualMountPoint{};
         bool operator==(const Info&) const = default;
     };
 
@@ -30,21 +27,13 @@ public:
     virtual std::optional<Date> creationDate(const std::filesystem::path& path) const = 0;
 };
 
-/// Folders of this system: those that stand for attached disk images (AttachedVolumes), and any other as if
-/// it were a volume.
+/// Folders of this system as if they were volumes.
 class SystemVolumeFacts final : public VolumeFacts {
 public:
-    /// Knows of no attached images: files have their inode numbers.
-    SystemVolumeFacts() = default;
-    /// Files of attached images have the numbers and dates that they will have in the image.
-    explicit SystemVolumeFacts(AttachedVolumes attached) : attached(std::move(attached)) {}
-
     Info info(const std::filesystem::path& mountPoint) const override;
+    /// The inode number.
     std::uint64_t fileID(const std::filesystem::path& path) const override;
     std::optional<Date> creationDate(const std::filesystem::path& path) const override;
-
-private:
-    std::optional<AttachedVolumes> attached;
 };
 
 } // namespace halvo

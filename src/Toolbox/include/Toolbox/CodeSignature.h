@@ -35,6 +35,8 @@ struct CodeSignature {
 /// Reads a signature from the region where it lies; what follows it there is ignored. Of several code
 /// directories the one with the strongest hash counts. Throws CodeSignatureError and BinaryReadError.
 CodeSignature readCodeSignature(ByteView region);
+/// Whether a ticket is stapled to it, which needs no code directory. Throws as the above.
+bool holdsTicket(ByteView region);
 
 /// The signature of a disk image, which its trailer points to; absent when it is unsigned or no disk image.
 /// Throws BinaryReadError.

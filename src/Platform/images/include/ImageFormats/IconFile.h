@@ -11,6 +11,7 @@ namespace halvo {
 struct IconPicture {
     enum class Encoding {
         png,
+        jpeg2000,
         packedARGB, ///< run-length encoded planes alpha, red, green, blue
         packedRGB,  ///< run-length encoded planes red, green, blue; alpha in `mask`
         plainRGB,   ///< the same planes as they are
@@ -22,8 +23,8 @@ struct IconPicture {
     ByteView mask{}; ///< one byte of alpha for each pixel; empty: opaque
 };
 
-/// The pictures of an Apple icon file (ICNS), in the file's order; JPEG 2000 and the old icons of 1 to 8 bits
-/// are left out, and so is what is larger than `longestPictureSide`. None when the bytes are no icon file or
+/// The pictures of an Apple icon file (ICNS), in the file's order; the old icons of 1 to 8 bits are left
+/// out, and so is what is larger than `longestPictureSide`. None when the bytes are no icon file or
 /// its elements do not fit into each other.
 std::vector<IconPicture> listIconPictures(ByteView icns);
 
