@@ -51,6 +51,7 @@ bench: ## Run the benchmarks
 	@cmake --preset bench >/dev/null
 	@cmake --build --preset bench -j $(JOBS)
 	@build/bench/benchmarks/SigningBenchmark
+	@build/bench/benchmarks/FeedBenchmark
 	@build/bench/benchmarks/DSStoreBenchmark
 	@benchmarks/zip/compare
 	@benchmarks/disk-image/compare

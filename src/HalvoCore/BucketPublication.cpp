@@ -60,6 +60,12 @@ bool isAmazon(const S3Configuration& configuration) {
     return !configuration.endpoint || configuration.endpoint->host().ends_with(".amazonaws.com");
 }
 
+void refuseTooLarge(std::uint64_t fileSize, const S3Configuration& configuration) {
+    if (fileSize > largestPut && isAmazon(configuration))
+        throw CodedFailure("file_too_large", "The file has " + formatByteCount(fileSize) +
+                                                 "; Amazon S3 takes at most 5 GiB in one request.");
+}
+
 std::string fileExtension(const std::filesystem::path& file) { return lowercased(pathExtension(file)); }
 
 Failure notInFeed(const Release& release) {
@@ -246,9 +252,7 @@ void BucketPublication::reach() {
 
 Warnings BucketPublication::preflightCheck(const BundleInfo& info, const ReleaseConfiguration& configuration,
                                            std::optional<std::uint64_t> fileSize) {
-    if (fileSize.value_or(0) > largestPut && isAmazon(store.configuration()))
-        throw CodedFailure("file_too_large", "The file has " + formatByteCount(*fileSize) +
-                                                 "; Amazon S3 takes at most 5 GiB in one request.");
+    refuseTooLarge(fileSize.value_or(0), store.configuration());
     const auto bytes = feed.read();
     if (!bytes)
         return {};
@@ -287,6 +291,7 @@ Publication::Uploaded BucketPublication::upload(const PreparedBinary& prepared, 
     const std::string contentType = extension == "dmg" ? "application/x-apple-diskimage" : "application/zip";
     const bool isLatest = !configuration.channel && configuration.isPublished;
 
+    refuseTooLarge(std::filesystem::file_size(prepared.file()), store.configuration());
     const URL downloadURL = store.upload(prepared.file(), filename, contentType, progress);
     if (isLatest)
         store.copy(filename, artifactName(info.name) + "." + extension);

@@ -105,7 +105,8 @@ ReleaseController::ReleaseController(const ReleaseOptions& options, Platform& pl
                                      const OutputContext& context, Warn warn)
     : options(options), platform(platform), context(context), warn(std::move(warn)), services(platform),
       tools(platform), zipService(platform.temporaryDirectory, platform.cancellation),
-      dmgService(platform.processes, platform.log, platform.temporaryDirectory, platform.cancellation, platform.hasDiskImageTools),
+      dmgService(platform.processes, platform.log, platform.temporaryDirectory, platform.cancellation,
+                 platform.hasDiskImageTools),
       importer(zipService, dmgService), preparation(tools, zipService, platform.cancellation),
       credentials(options, platform.environment, services.keyChain(), context) {}
 

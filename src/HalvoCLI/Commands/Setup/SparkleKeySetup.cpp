@@ -36,10 +36,10 @@ std::optional<PrivateKey> readSparkleKey(const SetupOptions& options) {
 
 SparkleKey resolveSparkleKey(const std::optional<PrivateKey>& given, bool generate, const std::string& bundle,
                              KeyChainStore& keyChain, Terminal& terminal) {
-    if (given)
-        return {.publicKey = store(*given, bundle, keyChain)};
     const auto stored = keyChain.storedSparklePrivateKey(bundle);
-    if (generate && stored)
+    if (given && (!stored || PrivateKey(*stored) == *given))
+        return {.publicKey = store(*given, bundle, keyChain)};
+    if (stored && (given || generate)) // installed copies may trust it alone
         throw SetupError(SetupError::SparkleKeyAlreadyExists{bundle});
     if (stored)
         return {.publicKey = PrivateKey(*stored).publicKey().baseEncoding()};
