@@ -18,7 +18,7 @@ using namespace halvo;
 void write(std::FILE* stream, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stream); }
 
 /// Runs the command and gives the status of the process.
-int run(Command& command, const std::vector<std::string>& path, const std::string& help) {
+int run(Command& command, const std::string& help) {
     Interruption interruption;
     SystemPlatform system(interruption.token());
     const VariableLookup variables = [&system](const std::string& name) {
@@ -27,7 +27,6 @@ int run(Command& command, const std::vector<std::string>& path, const std::strin
     Services services{.platform = system.platform(),
                       .streams = TerminalStreams::ofProcess(variables),
                       .standardOutputIsTerminal = ::isatty(STDOUT_FILENO) == 1,
-                      .commandPath = path,
                       .commandHelp = help};
     if (CIEnvironment::isActive(system.environment().all()))
         services.streams.standardInput = std::make_shared<NoInput>(); // a question would wait for ever
@@ -60,5 +59,5 @@ int main(int count, char** values) {
         return ExitCode::usage;
     }
     const auto& chosen = std::get<ParsedCommandLine::Run>(parsed.outcome);
-    return run(*chosen.command, chosen.path, chosen.help);
+    return run(*chosen.command, chosen.help);
 }

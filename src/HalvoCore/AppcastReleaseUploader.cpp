@@ -4,14 +4,10 @@
 
 #include <Appcast/AppcastEditor.h>
 #include <HalvoCore/AppcastReleaseRepository.h>
-#include <Models/ArtifactName.h>
+#include <Models/Artifact.h>
 
 namespace halvo {
 namespace {
-
-std::string contentType(const std::string& fileExtension) {
-    return fileExtension == "dmg" ? "application/x-apple-diskimage" : "application/zip";
-}
 
 AppcastItem makeItem(const BundleInfo& info, const ReleaseConfiguration& configuration,
                      const URL& downloadURL, std::int64_t fileSize, const std::string& signature, Date now) {

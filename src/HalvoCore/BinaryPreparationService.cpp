@@ -2,7 +2,7 @@
 
 #include <HalvoCore/TemporaryArtifact.h>
 
-#include <Models/HalvoError.h>
+#include <Models/ReleaseSettings.h>
 #include <Platform/Files.h>
 
 namespace halvo {
@@ -76,7 +76,7 @@ BinaryPreparationService::Artifact BinaryPreparationService::makeArtifact(const 
         return {zip->sourceURL, false};
     if (const auto* archived = std::get_if<ImportedBundle::ArchivedApp>(&bundle)) {
         if (dmg == nullptr)
-            throw HalvoError(HalvoError::Case::archivedAppRequiresDMG);
+            throw HalvoError(HalvoError::ArchivedAppRequiresDMG());
         report(request, Step::exporting);
         const URL app =
             tools.exportArchive(archived->archiveURL, dmg->codesignIdentity.teamID, request.exportSigning);

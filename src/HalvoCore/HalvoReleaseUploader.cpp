@@ -9,9 +9,8 @@
 namespace halvo {
 
 void HalvoReleaseUploader::preflightCheck(const BundleInfo& bundleInfo) {
-    const AppResponse held = apiClient.fetchApp(app.bundleIdentifier);
-    if (std::ranges::find(held.releases, bundleInfo.version, &ReleaseResponse::bundleVersion) !=
-        held.releases.end())
+    const ServerApp held = apiClient.fetchApp(app.bundleIdentifier);
+    if (std::ranges::find(held.releases, bundleInfo.version, &Release::bundleVersion) != held.releases.end())
         throw ReleaseError(ReleaseError::DuplicateVersion{bundleInfo.version});
 }
 
@@ -19,21 +18,20 @@ UploadResult HalvoReleaseUploader::upload(const std::filesystem::path& file, con
                                           const std::string& signature,
                                           const ReleaseConfiguration& configuration) {
     const auto fileSize = static_cast<std::int64_t>(std::filesystem::file_size(file));
-    const ReleaseResponse created =
-        apiClient.createRelease({.title = bundleInfo.versionDescription(),
-                                 .bundleVersion = bundleInfo.version,
-                                 .bundleVersionString = bundleInfo.versionString,
-                                 .releaseNotes = configuration.releaseNotes,
-                                 .minimumSystemVersion = bundleInfo.minimumSystemVersion,
-                                 .fileSize = fileSize,
-                                 .signature = signature,
-                                 .isPublished = configuration.isPublished,
-                                 .channel = configuration.channel,
-                                 .isPhasedRollout = configuration.isPhasedRollout,
-                                 .isCritical = configuration.isCritical,
-                                 .appID = app.id});
+    const Release created = apiClient.createRelease({.title = bundleInfo.versionDescription(),
+                                                     .bundleVersion = bundleInfo.version,
+                                                     .bundleVersionString = bundleInfo.versionString,
+                                                     .releaseNotes = configuration.releaseNotes,
+                                                     .minimumSystemVersion = bundleInfo.minimumSystemVersion,
+                                                     .fileSize = fileSize,
+                                                     .signature = signature,
+                                                     .isPublished = configuration.isPublished,
+                                                     .channel = configuration.channel,
+                                                     .isPhasedRollout = configuration.isPhasedRollout,
+                                                     .isCritical = configuration.isCritical,
+                                                     .appID = app.id});
     unfinished = created.id;
-    Release release = apiClient.uploadBinary(file, created.id, progress).release();
+    Release release = apiClient.uploadBinary(file, created.id, progress);
     unfinished.reset();
     if (bundleInfo.appIcon)
         uploadIcon(*bundleInfo.appIcon);

@@ -5,13 +5,13 @@
 namespace halvo {
 
 std::vector<Release> ServerReleaseRepository::list() {
-    const std::vector<AppResponse> apps = apiClient.fetchUsersApps();
-    const auto app = std::ranges::find(apps, appID, &AppResponse::id);
-    return app == apps.end() ? std::vector<Release>() : app->app().releases;
+    const std::vector<ServerApp> apps = apiClient.fetchUsersApps();
+    const auto app = std::ranges::find(apps, appID, &ServerApp::id);
+    return app == apps.end() ? std::vector<Release>() : app->releases;
 }
 
 Release ServerReleaseRepository::update(const Release& release) {
-    return apiClient.updateRelease(UpdateReleaseRequest::editing(release)).release();
+    return apiClient.updateRelease(UpdateReleaseRequest::editing(release));
 }
 
 void ServerReleaseRepository::remove(const Release& release) { apiClient.deleteRelease(release.id); }

@@ -1,7 +1,5 @@
 #include <Models/BundleInfo.h>
 
-#include <Models/JSONFields.h>
-
 #include <Base/Text.h>
 #include <Platform/Bundle.h>
 #include <Platform/Files.h>
@@ -68,28 +66,6 @@ std::optional<URL> findIcon(const Bundle& bundle, const InfoDictionary& info) {
 
 } // namespace
 
-std::string BundleInfoError::describe(const Case& which) {
-    struct Text {
-        std::string operator()(const InvalidVersion& problem) const {
-            return "CFBundleVersion is \"" + problem.rawValue +
-                   "\", but Halvo currently requires an integer build number. Set CURRENT_PROJECT_VERSION to "
-                   "an integer (e.g. 42) and keep your marketing version (e.g. 1.2.3) in "
-                   "CFBundleShortVersionString.";
-        }
-        std::string operator()(NoInfoDictionary) const { return "Bundle does not contain an Info.plist"; }
-        std::string operator()(NoName) const { return "Missing CFBundleName in Info.plist"; }
-        std::string operator()(NoIdentifer) const { return "Missing CFBundleIdentifier in Info.plist"; }
-        std::string operator()(NoVersion) const { return "Missing CFBundleVersion in Info.plist"; }
-        std::string operator()(NoVersionString) const {
-            return "Missing CFBundleShortVersionString in Info.plist";
-        }
-        std::string operator()(NoMinimumSystemVersion) const {
-            return "Missing LSMinimumSystemVersion in Info.plist";
-        }
-    };
-    return std::visit(Text(), which);
-}
-
 BundleInfo BundleInfo::from(const Bundle& bundle) {
     auto dictionary = readInfoDictionary(bundle);
     if (!dictionary)
@@ -113,34 +89,6 @@ BundleInfo BundleInfo::from(const Bundle& bundle) {
 
 std::string BundleInfo::versionDescription() const {
     return versionString + " (" + std::to_string(version) + ")";
-}
-
-void to_json(nlohmann::json& json, const BundleInfo& info) {
-    FieldWriter(json)
-        .field("url", info.url)
-        .field("name", info.name)
-        .field("identifier", info.identifier)
-        .field("minimumSystemVersion", info.minimumSystemVersion)
-        .field("version", info.version)
-        .field("versionString", info.versionString)
-        .field("appIcon", info.appIcon)
-        .field("sparklePublicEDKey", info.sparklePublicEDKey)
-        .field("sparkleFeedURL", info.sparkleFeedURL)
-        .field("sparkleEnableSystemProfiling", info.sparkleEnableSystemProfiling);
-}
-
-void from_json(const nlohmann::json& json, BundleInfo& info) {
-    const FieldReader fields(json);
-    fields.required("url", info.url);
-    fields.required("name", info.name);
-    fields.required("identifier", info.identifier);
-    fields.required("minimumSystemVersion", info.minimumSystemVersion);
-    fields.required("version", info.version);
-    fields.required("versionString", info.versionString);
-    fields.optional("appIcon", info.appIcon);
-    fields.optional("sparklePublicEDKey", info.sparklePublicEDKey);
-    fields.optional("sparkleFeedURL", info.sparkleFeedURL);
-    fields.required("sparkleEnableSystemProfiling", info.sparkleEnableSystemProfiling);
 }
 
 } // namespace halvo

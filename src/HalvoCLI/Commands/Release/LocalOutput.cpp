@@ -2,7 +2,7 @@
 
 #include <Base/UUID.h>
 #include <HalvoCore/TemporaryArtifact.h>
-#include <Models/ArtifactName.h>
+#include <Models/Artifact.h>
 #include <Platform/Files.h>
 
 namespace halvo {

@@ -1,5 +1,9 @@
 #include "Commands/Release/ReleaseOptions.h"
 
+#include "Output/CLIError.h"
+
+#include <Models/Channel.h>
+
 namespace halvo {
 
 void ReleaseOptions::declare(CommandArguments& arguments) {
@@ -63,6 +67,18 @@ void ReleaseOptions::declare(CommandArguments& arguments) {
         "workspace.");
     arguments.flag("--non-interactive", nonInteractive,
                    "Fail instead of prompting; auto-enabled when CI is set");
+}
+
+std::optional<std::string> resolveChannel(const std::optional<std::string>& channel, bool beta) {
+    std::optional<std::string> resolved;
+    if (channel)
+        resolved = Channel::normalize(*channel);
+    if (!beta)
+        return resolved;
+    if (channel && resolved != "beta")
+        throw CLIError("invalid_argument",
+                       "--channel " + resolved.value_or(*channel) + " conflicts with --beta. Pass only one.");
+    return "beta";
 }
 
 } // namespace halvo

@@ -40,4 +40,8 @@ struct ReleaseOptions {
     void declare(CommandArguments& arguments);
 };
 
+/// The channel to publish to, absent for the default one. Throws ChannelError, and CLIError
+/// `invalid_argument` when `--beta` stands beside another channel, the default one included.
+std::optional<std::string> resolveChannel(const std::optional<std::string>& channel, bool beta);
+
 } // namespace halvo
