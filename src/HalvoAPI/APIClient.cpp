@@ -1,8 +1,8 @@
 #include <HalvoAPI/APIClient.h>
 
-#include "ContentType.h"
 #include "ResponseBody.h"
 
+#include <Models/Artifact.h>
 #include <Models/JSONFields.h>
 #include <Platform/Files.h>
 
@@ -17,7 +17,7 @@ constexpr std::uint64_t responseLimit = std::uint64_t{64} << 20;
 std::string messageIn(const HTTPResponse& response, const char* otherwise) {
     const nlohmann::json json = parseBody(response.body);
     try {
-        return decodeJSON<APIResponse>(json).message;
+        return decodeJSON<MessageResponse>(json).message;
     } catch (const ModelError&) {
         return otherwise;
     }

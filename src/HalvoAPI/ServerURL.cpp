@@ -1,6 +1,7 @@
 #include <HalvoAPI/ServerURL.h>
 
 #include <Models/ServiceAddresses.h>
+#include <Models/StorageConfiguration.h>
 
 namespace halvo {
 namespace {
@@ -22,9 +23,9 @@ URL serverURL(const Environment& environment) {
     const auto given = environment.nonEmpty("HALVO_SERVER_URL");
     if (!given)
         return *URL::parse("https://" + std::string(serviceAPIHost));
-    const auto url = URL::parse(*given);
-    if (!url || (url->scheme() != "https" && url->scheme() != "http") || url->host().empty())
-        throw ServerURLError("it is no https address.");
+    const auto url = parseWebAddress(*given);
+    if (!url)
+        throw ServerURLError("it is not an https address.");
     if (authorityOf(*url).find('@') != std::string::npos)
         throw ServerURLError("it holds a user name or a password.");
     if (url->absoluteString().find_first_of("?#") != std::string::npos)

@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace halvo {
 
@@ -15,8 +14,7 @@ struct Services {
     TerminalStreams streams{}; ///< whose input answers questions, and is NoInput where none may be asked
     std::shared_ptr<InputSource> standardInput = streams.standardInput; ///< for what `-` reads
     bool standardOutputIsTerminal = false;
-    std::vector<std::string> commandPath{}; ///< "halvo", "config", "show": the command that runs
-    std::string commandHelp{};              ///< its whole help
+    std::string commandHelp{}; ///< the whole help of the command that runs
 
     /// A terminal kit on the default theme over the process's own streams.
     std::unique_ptr<Terminal> makeTerminal() const { return makeTerminal(streams); }

@@ -34,7 +34,7 @@ Interruption::Reactions reactions(SystemProcessRunner& processes) {
 }
 
 /// Runs the command and gives the status of the process.
-int run(Command& command, const std::vector<std::string>& path, const std::string& help) {
+int run(Command& command, const std::string& help) {
     std::stop_source cancellation;
     SystemPlatform system(cancellation.get_token());
     const Interruption interruption(cancellation, reactions(system.processes()));
@@ -45,7 +45,6 @@ int run(Command& command, const std::vector<std::string>& path, const std::strin
     Services services{.platform = system.platform(),
                       .streams = TerminalStreams::ofProcess(variables),
                       .standardOutputIsTerminal = ::isatty(STDOUT_FILENO) == 1,
-                      .commandPath = path,
                       .commandHelp = help};
     if (CIEnvironment::isActive(system.environment().all()))
         services.streams.standardInput = std::make_shared<NoInput>(); // a question would wait for ever
@@ -90,5 +89,5 @@ int main(int count, char** values) {
     if (const auto* fault = std::get_if<ParsedCommandLine::UsageFault>(&parsed.outcome))
         return print(fault->text, STDERR_FILENO, ExitCode::usage);
     const auto& chosen = std::get<ParsedCommandLine::Run>(parsed.outcome);
-    return run(*chosen.command, chosen.path, chosen.help);
+    return run(*chosen.command, chosen.help);
 }

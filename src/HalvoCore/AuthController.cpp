@@ -37,9 +37,9 @@ User AuthController::login(const std::string& email, const std::string& password
 
 User AuthController::logIn(const AuthResponse& response) {
     tokenController.saveToken(response.token);
-    User user = remember(response.user);
+    remember(response.user);
     tellDelegate();
-    return user;
+    return response.user;
 }
 
 void AuthController::logout() {
@@ -63,8 +63,7 @@ User AuthController::update(const std::string& name) { return remember(apiClient
 
 User AuthController::fetchUser() { return remember(apiClient.getUser()); }
 
-User AuthController::remember(const UserResponse& response) {
-    const User user = response.user();
+User AuthController::remember(const User& user) {
     storageController.set(encodeJSON(user), userKey);
     current.value = AuthState::Authenticated{user};
     return user;

@@ -1,7 +1,7 @@
 #include <HalvoCore/BinaryPreparationService.h>
 
 #include <Base/Base64.h>
-#include <Models/HalvoError.h>
+#include <Models/ReleaseSettings.h>
 #include <Platform/Files.h>
 
 namespace halvo {
@@ -53,7 +53,7 @@ PreparedBinary BinaryPreparationService::makeArtifact(const Request& request) {
         return PreparedBinary::ofUser(zip->sourceURL.filePath());
     if (const auto* archived = std::get_if<ImportedBundle::ArchivedApp>(&bundle)) {
         if (dmg == nullptr)
-            throw HalvoError(HalvoError::Case::archivedAppRequiresDMG);
+            throw HalvoError(HalvoError::ArchivedAppRequiresDMG());
         report(request, Step::exporting);
         const URL app =
             tools.exportArchive(archived->archiveURL, dmg->codesignIdentity.teamID, request.exportSigning);

@@ -5,7 +5,7 @@
 #include <Appcast/AppcastEditor.h>
 #include <Base/Text.h>
 #include <Base/Unicode.h>
-#include <Models/ArtifactName.h>
+#include <Models/Artifact.h>
 
 #include <algorithm>
 #include <limits>
@@ -288,11 +288,10 @@ Publication::Uploaded BucketPublication::upload(const PreparedBinary& prepared, 
     const std::string filename =
         artifactName(info.name + "-" + info.versionString + "-" + std::to_string(info.version)) + "." +
         extension;
-    const std::string contentType = extension == "dmg" ? "application/x-apple-diskimage" : "application/zip";
     const bool isLatest = !configuration.channel && configuration.isPublished;
 
     refuseTooLarge(std::filesystem::file_size(prepared.file()), store.configuration());
-    const URL downloadURL = store.upload(prepared.file(), filename, contentType, progress);
+    const URL downloadURL = store.upload(prepared.file(), filename, contentType(extension), progress);
     if (isLatest)
         store.copy(filename, artifactName(info.name) + "." + extension);
     const AppcastItem item{.title = info.versionDescription(),

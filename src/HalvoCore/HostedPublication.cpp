@@ -12,9 +12,9 @@ CodedFailure notAuthenticated() {
 
 Publication::Listing HostedPublication::list() {
     return requireLogin([&]() -> Listing {
-        const std::vector<AppResponse> apps = apiClient.fetchUsersApps();
-        const auto found = std::ranges::find(apps, app.id, &AppResponse::id);
-        return {.releases = found == apps.end() ? std::vector<Release>() : found->app().releases};
+        const std::vector<ServerApp> apps = apiClient.fetchUsersApps();
+        const auto found = std::ranges::find(apps, app.id, &ServerApp::id);
+        return {.releases = found == apps.end() ? std::vector<Release>() : found->releases};
     });
 }
 
@@ -22,8 +22,8 @@ std::int64_t HostedPublication::nextBuildNumber() { return nextBundleVersion(lis
 
 Warnings HostedPublication::preflightCheck(const BundleInfo& bundleInfo, const ReleaseConfiguration&,
                                            std::optional<std::uint64_t>) {
-    const AppResponse held = requireLogin([&] { return apiClient.fetchApp(app.bundleIdentifier); });
-    if (std::ranges::find(held.releases, bundleInfo.version, &ReleaseResponse::bundleVersion) !=
+    const ServerApp held = requireLogin([&] { return apiClient.fetchApp(app.bundleIdentifier); });
+    if (std::ranges::find(held.releases, bundleInfo.version, &Release::bundleVersion) !=
         held.releases.end())
         throw ReleaseError(ReleaseError::DuplicateVersion{bundleInfo.version});
     return {};
@@ -45,10 +45,10 @@ Publication::Uploaded HostedPublication::upload(const PreparedBinary& prepared, 
                                        .isPhasedRollout = configuration.isPhasedRollout,
                                        .isCritical = configuration.isCritical,
                                        .appID = app.id};
-    const ReleaseResponse created = requireLogin([&] { return apiClient.createRelease(request); });
+    const Release created = requireLogin([&] { return apiClient.createRelease(request); });
     unfinished = created.id;
     Release release =
-        requireLogin([&] { return apiClient.uploadBinary(prepared.file(), created.id, progress).release(); });
+        requireLogin([&] { return apiClient.uploadBinary(prepared.file(), created.id, progress); });
     unfinished.reset();
     if (bundleInfo.appIcon)
         uploadIcon(*bundleInfo.appIcon);

@@ -5,26 +5,21 @@
 
 namespace halvo {
 
-IconConverter::Error::Error(Case which)
-    : Failure(which == Case::loadFailed ? "The icon could not be read."
-                                        : "The icon could not be written as a PNG."),
-      which(which) {}
-
 URL IconConverter::writePNG(const URL& iconURL, unsigned size) const {
     std::optional<MappedFile> icon;
     try {
         icon.emplace(iconURL.filePath());
     } catch (const FileError&) {
-        throw Error(Error::Case::loadFailed);
+        throw Error(Error::LoadFailed());
     }
     const auto png = images.renderPNG(icon->bytes(), size);
     if (!png)
-        throw Error(Error::Case::loadFailed);
+        throw Error(Error::LoadFailed());
     const std::filesystem::path path = temporaryDirectory / ("icon-" + UUID::random().string() + ".png");
     try {
         writeNewFile(path, *png, 0600);
     } catch (const FileError&) {
-        throw Error(Error::Case::encodeFailed);
+        throw Error(Error::EncodeFailed());
     }
     return URL::file(path);
 }

@@ -22,16 +22,6 @@ PropertyList readList(const fs::path& path) {
 
 } // namespace
 
-std::string PlistWriteError::describe(const Case& which) {
-    if (const auto* failed = std::get_if<ReadFailed>(&which))
-        return "Failed to read plist: " + failed->description;
-    if (const auto* failed = std::get_if<WriteFailed>(&which))
-        return "Failed to write plist: " + failed->description;
-    if (std::holds_alternative<FileNotFound>(which))
-        return "Plist file not found";
-    return "Plist has unexpected format";
-}
-
 void InfoPlistWriter::write(const std::map<std::string, std::string>& values, const URL& file) {
     std::error_code missing;
     const fs::path path = fs::canonical(file.filePath(), missing); // a rename would replace a link

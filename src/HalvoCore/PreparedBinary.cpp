@@ -3,7 +3,7 @@
 #include <Base/Text.h>
 #include <Base/URL.h>
 #include <Base/UUID.h>
-#include <Models/ArtifactName.h>
+#include <Models/Artifact.h>
 #include <Platform/Files.h>
 
 namespace halvo {

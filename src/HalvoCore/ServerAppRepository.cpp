@@ -2,31 +2,22 @@
 
 #include <Platform/Files.h>
 
-#include <algorithm>
-#include <iterator>
-
 namespace halvo {
 
-std::vector<ServerApp> ServerAppRepository::list() {
-    std::vector<ServerApp> apps;
-    std::ranges::transform(apiClient.fetchUsersApps(), std::back_inserter(apps), &AppResponse::app);
-    return apps;
-}
+std::vector<ServerApp> ServerAppRepository::list() { return apiClient.fetchUsersApps(); }
 
 ServerApp ServerAppRepository::fetch(const std::string& bundleIdentifier) {
-    return apiClient.fetchApp(bundleIdentifier).app();
+    return apiClient.fetchApp(bundleIdentifier);
 }
 
 ServerApp ServerAppRepository::create(const ServerApp& app) {
-    return apiClient
-        .createApp({.name = app.name,
-                    .bundleIdentifier = app.bundleIdentifier,
-                    .edDSAPublicKey = app.edDSAPublicKey.value_or("")})
-        .app();
+    return apiClient.createApp({.name = app.name,
+                                .bundleIdentifier = app.bundleIdentifier,
+                                .edDSAPublicKey = app.edDSAPublicKey.value_or("")});
 }
 
 ServerApp ServerAppRepository::update(const ServerApp& app) {
-    return apiClient.updateApp(UpdateAppRequest::editing(app)).app();
+    return apiClient.updateApp(UpdateAppRequest::editing(app));
 }
 
 void ServerAppRepository::remove(const ServerApp& app) { apiClient.deleteApp(app.id); }
@@ -34,7 +25,7 @@ void ServerAppRepository::remove(const ServerApp& app) { apiClient.deleteApp(app
 ServerApp ServerAppRepository::uploadIcon(const UUID& appID, const URL& iconURL,
                                           const IconConverter& converter) {
     const TemporaryPath png(converter.writePNG(iconURL, 256).filePath());
-    return apiClient.uploadAppIcon(png.path(), appID).app();
+    return apiClient.uploadAppIcon(png.path(), appID);
 }
 
 } // namespace halvo

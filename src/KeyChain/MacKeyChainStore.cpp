@@ -2,6 +2,7 @@
 
 #include <Base/Base64.h>
 #include <Base/Unicode.h>
+#include <Models/JSONFields.h>
 
 #include <nlohmann/json.hpp>
 
@@ -102,7 +103,7 @@ S3Credentials MacKeyChainStore::getS3Credentials(const std::string& bundleIdenti
     const json parsed = json::parse(data.begin(), data.end(), nullptr, false);
     if (parsed.is_discarded()) // the parser's own sentence would quote the secret
         throw Failure("The S3 credentials of " + bundleIdentifier + " in the keychain are not JSON.");
-    return parsed.get<S3Credentials>();
+    return decodeJSON<S3Credentials>(parsed);
 }
 
 void MacKeyChainStore::setS3Credentials(const S3Credentials& credentials,
@@ -110,7 +111,7 @@ void MacKeyChainStore::setS3Credentials(const S3Credentials& credentials,
     if (!isValidUTF8(credentials.accessKeyID) || !isValidUTF8(credentials.secretAccessKey))
         throw Failure("The S3 credentials of " + bundleIdentifier + " are not UTF-8 text.");
     addOrUpdate(s3ServicePrefix + bundleIdentifier, s3Account,
-                {.data = copyBytes(json(credentials).dump()),
+                {.data = copyBytes(encodeJSON(credentials).dump()),
                  .attributes = {.label = "AWS credentials for " + bundleIdentifier}});
 }
 

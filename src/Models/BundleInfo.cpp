@@ -1,7 +1,5 @@
 #include <Models/BundleInfo.h>
 
-#include <Models/JSONFields.h>
-
 #include <Base/PropertyList.h>
 #include <Base/Text.h>
 #include <Platform/Bundle.h>
@@ -90,34 +88,6 @@ BundleInfo BundleInfo::from(const Bundle& bundle) {
 
 std::string BundleInfo::versionDescription() const {
     return versionString + " (" + std::to_string(version) + ")";
-}
-
-void to_json(nlohmann::json& json, const BundleInfo& info) {
-    FieldWriter(json)
-        .field("url", info.url)
-        .field("name", info.name)
-        .field("identifier", info.identifier)
-        .field("minimumSystemVersion", info.minimumSystemVersion)
-        .field("version", info.version)
-        .field("versionString", info.versionString)
-        .field("appIcon", info.appIcon)
-        .field("sparklePublicEDKey", info.sparklePublicEDKey)
-        .field("sparkleFeedURL", info.sparkleFeedURL)
-        .field("sparkleEnableSystemProfiling", info.sparkleEnableSystemProfiling);
-}
-
-void from_json(const nlohmann::json& json, BundleInfo& info) {
-    const FieldReader fields(json);
-    fields.required("url", info.url);
-    fields.required("name", info.name);
-    fields.required("identifier", info.identifier);
-    fields.required("minimumSystemVersion", info.minimumSystemVersion);
-    fields.required("version", info.version);
-    fields.required("versionString", info.versionString);
-    fields.optional("appIcon", info.appIcon);
-    fields.optional("sparklePublicEDKey", info.sparklePublicEDKey);
-    fields.optional("sparkleFeedURL", info.sparkleFeedURL);
-    fields.required("sparkleEnableSystemProfiling", info.sparkleEnableSystemProfiling);
 }
 
 } // namespace halvo

@@ -21,14 +21,6 @@ bool hasChannelFormat(std::string_view name) {
 
 } // namespace
 
-std::string ChannelError::describe(const Case& which) {
-    if (const auto* tooLong = std::get_if<TooLong>(&which))
-        return "Channel name must be at most " + std::to_string(tooLong->max) + " characters.";
-    if (const auto* reserved = std::get_if<Reserved>(&which))
-        return "Channel name '" + reserved->name + "' is reserved and cannot be used.";
-    return "Channel name must be lowercase alphanumeric with internal hyphens (e.g. beta, nightly-build).";
-}
-
 void Channel::validate(std::string_view name) {
     if (characterCount(name) > maxLength)
         throw ChannelError(ChannelError::TooLong{maxLength});

@@ -2,6 +2,7 @@
 
 #include <Base/Base64.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace halvo {
@@ -88,20 +89,16 @@ const json* FieldReader::find(const std::string& key) const {
 
 FieldWriter::FieldWriter(json& json, DateForm dates) : object(json), dates(dates) { json = json::object(); }
 
-TaggedReader::TaggedReader(const json& json)
-    : TaggedReader(json.is_object() && json.size() == 1 ? json.begin()
-                                                        : throw ModelError(ModelError::KeyCount())) {}
-
-TaggedReader::TaggedReader(const json::const_iterator& entry)
-    : caseName(entry.key()), payload(entry.value()) {}
-
-ModelError TaggedReader::unknownCase(const std::string& known) const {
-    return ModelError(ModelError::Mismatch{"an object with one key, " + known});
-}
-
-FieldWriter writeTagged(json& json, const std::string& caseName) {
-    json = json::object();
-    return FieldWriter(json[caseName]);
+std::size_t caseIndex(const json& json, std::span<const char* const> names) {
+    if (!json.is_object() || json.size() != 1)
+        throw ModelError(ModelError::KeyCount());
+    const auto found = std::ranges::find(names, json.begin().key());
+    if (found != names.end())
+        return static_cast<std::size_t>(found - names.begin());
+    std::string known;
+    for (std::size_t index = 0; index < names.size(); ++index)
+        known += std::string(index == 0 ? "" : index + 1 == names.size() ? " or " : ", ") + names[index];
+    throw ModelError(ModelError::Mismatch{"an object with one key, " + known});
 }
 
 } // namespace halvo

@@ -1,7 +1,6 @@
 #include <Models/Release.h>
 
 #include <Base/Failure.h>
-#include <Models/JSONFields.h>
 
 #include <algorithm>
 #include <limits>
@@ -25,42 +24,6 @@ std::int64_t nextBundleVersion(const std::vector<Release>& releases) {
     if (highest == std::numeric_limits<std::int64_t>::max())
         throw Failure("No build number comes after " + std::to_string(highest) + ".");
     return highest + 1;
-}
-
-void to_json(nlohmann::json& json, const Release& release) {
-    FieldWriter(json)
-        .field("id", release.id)
-        .field("title", release.title)
-        .field("bundleVersion", release.bundleVersion)
-        .field("bundleVersionString", release.bundleVersionString)
-        .field("releaseNotes", release.releaseNotes)
-        .field("minimumSystemVersion", release.minimumSystemVersion)
-        .field("fileSize", release.fileSize)
-        .field("downloadURL", release.downloadURL)
-        .field("channel", release.channel)
-        .field("isPhasedRollout", release.isPhasedRollout)
-        .field("isCritical", release.isCritical)
-        .field("isPublished", release.isPublished)
-        .field("createdAt", release.createdAt)
-        .field("updatedAt", release.updatedAt);
-}
-
-void from_json(const nlohmann::json& json, Release& release) {
-    const FieldReader fields(json);
-    fields.required("id", release.id);
-    fields.required("title", release.title);
-    fields.required("bundleVersion", release.bundleVersion);
-    fields.required("bundleVersionString", release.bundleVersionString);
-    fields.required("releaseNotes", release.releaseNotes);
-    fields.required("minimumSystemVersion", release.minimumSystemVersion);
-    fields.required("fileSize", release.fileSize);
-    fields.optional("downloadURL", release.downloadURL);
-    fields.optional("channel", release.channel);
-    fields.required("isPhasedRollout", release.isPhasedRollout);
-    fields.required("isCritical", release.isCritical);
-    fields.required("isPublished", release.isPublished);
-    fields.optional("createdAt", release.createdAt);
-    fields.optional("updatedAt", release.updatedAt);
 }
 
 } // namespace halvo

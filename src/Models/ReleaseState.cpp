@@ -35,11 +35,9 @@ void to_json(nlohmann::json& json, ReleaseState::Step step) {
 }
 
 void from_json(const nlohmann::json& json, ReleaseState::Step& step) {
-    const TaggedReader tagged(json);
-    const auto found = std::ranges::find(steps, tagged.name(), &StepNames::name);
-    if (found == steps.end())
-        throw tagged.unknownCase("a step of a release");
-    step = found->step;
+    std::array<const char*, steps.size()> names{};
+    std::ranges::transform(steps, names.begin(), &StepNames::name);
+    step = static_cast<ReleaseState::Step>(caseIndex(json, names));
 }
 
 } // namespace halvo

@@ -4,15 +4,13 @@
 
 namespace halvo {
 
-std::string ReleaseVersionOverrideError::describe(const Case& which) {
-    const auto& ignored = std::get<Ignored>(which);
+std::string ReleaseVersionOverrideCases::Ignored::description() const {
     std::string text = "The build ignored the requested version.";
-    if (ignored.buildNumber)
-        text += " Build number: requested " + ignored.buildNumber->requested + ", built " +
-                ignored.buildNumber->actual + ".";
-    if (ignored.marketingVersion)
-        text += " Marketing version: requested " + ignored.marketingVersion->requested + ", built " +
-                ignored.marketingVersion->actual + ".";
+    if (buildNumber)
+        text += " Build number: requested " + buildNumber->requested + ", built " + buildNumber->actual + ".";
+    if (marketingVersion)
+        text += " Marketing version: requested " + marketingVersion->requested + ", built " +
+                marketingVersion->actual + ".";
     return text;
 }
 

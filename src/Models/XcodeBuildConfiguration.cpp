@@ -1,8 +1,10 @@
 #include <Models/XcodeBuildConfiguration.h>
 
-#include <Models/JSONFields.h>
+#include <Models/ModelError.h>
 
 #include <filesystem>
+
+#include <nlohmann/json.hpp>
 
 namespace halvo {
 
@@ -28,20 +30,6 @@ void from_json(const nlohmann::json& json, ProjectType& type) {
         type = ProjectType::workspace;
     else
         throw ModelError(ModelError::Mismatch{"project or workspace"});
-}
-
-void to_json(nlohmann::json& json, const XcodeBuildConfiguration& configuration) {
-    FieldWriter(json)
-        .field("projectPath", configuration.projectPath)
-        .field("projectType", configuration.projectType)
-        .field("scheme", configuration.scheme);
-}
-
-void from_json(const nlohmann::json& json, XcodeBuildConfiguration& configuration) {
-    const FieldReader fields(json);
-    fields.optional("projectPath", configuration.projectPath);
-    fields.required("projectType", configuration.projectType);
-    fields.required("scheme", configuration.scheme);
 }
 
 } // namespace halvo

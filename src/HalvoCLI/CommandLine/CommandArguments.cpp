@@ -2,96 +2,81 @@
 
 #include <Base/Text.h>
 
+#include <algorithm>
+
 namespace halvo {
 namespace {
 
-std::vector<std::string> splitNames(std::string_view names) { return split(names, ','); }
+using Kind = ArgumentDeclaration::Kind;
+
+template<typename Target>
+ArgumentDeclaration::Assign storingIn(Target& target) {
+    return [&target](const std::string& text) {
+        target = text;
+        return true;
+    };
+}
 
 } // namespace
 
+bool ArgumentDeclaration::isSpelled(std::string_view word) const {
+    return kind != Kind::positional && !word.empty() &&
+           (word == inversion || std::ranges::find(names, word) != names.end());
+}
+
 std::string ArgumentDeclaration::valueName() const {
-    std::string name = names.back();
-    while (name.starts_with('-'))
-        name.erase(0, 1);
-    return "<" + name + ">";
+    const std::string& name = names.back();
+    return "<" + name.substr(name.find_first_not_of('-')) + ">";
 }
 
 std::string ArgumentDeclaration::spelling() const {
     if (kind == Kind::positional)
         return valueName();
-    std::string text = joined(names, ", ");
-    if (kind == Kind::option)
-        text += " " + valueName();
-    if (!inversion.empty())
-        text += "/" + inversion;
-    return text;
+    return joined(names, ", ") + (kind == Kind::option ? " " + valueName() : "") +
+           (inversion.empty() ? "" : "/" + inversion);
+}
+
+ArgumentDeclaration& CommandArguments::add(Kind kind, std::string_view names, std::string help,
+                                           ArgumentDeclaration::Assign assign) {
+    declarations.push_back(
+        {.kind = kind, .names = split(names, ','), .help = std::move(help), .assign = std::move(assign)});
+    return declarations.back();
 }
 
 void CommandArguments::positional(const std::string& name, std::string& value, std::string help) {
-    declarations.push_back({.kind = ArgumentDeclaration::Kind::positional,
-                            .names = {name},
-                            .help = std::move(help),
-                            .required = true,
-                            .assign = [&value](const std::string& text) {
-                                value = text;
-                                return true;
-                            }});
+    add(Kind::positional, name, std::move(help), storingIn(value)).required = true;
 }
 
 void CommandArguments::positional(const std::string& name, std::optional<std::string>& value,
                                   std::string help) {
-    declarations.push_back({.kind = ArgumentDeclaration::Kind::positional,
-                            .names = {name},
-                            .help = std::move(help),
-                            .assign = [&value](const std::string& text) {
-                                value = text;
-                                return true;
-                            }});
+    add(Kind::positional, name, std::move(help), storingIn(value));
 }
 
 void CommandArguments::option(std::string_view names, std::optional<std::string>& value, std::string help) {
-    declare(names, std::move(help), "", {}, [&value](const std::string& text) {
-        value = text;
-        return true;
-    });
+    add(Kind::option, names, std::move(help), storingIn(value));
 }
 
 void CommandArguments::requiredOption(std::string_view names, std::string& value, std::string help) {
-    declare(names, std::move(help), "", {}, [&value](const std::string& text) {
-        value = text;
-        return true;
-    });
-    declarations.back().required = true;
+    add(Kind::option, names, std::move(help), storingIn(value)).required = true;
 }
 
 void CommandArguments::flag(std::string_view names, bool& value, std::string help) {
-    declarations.push_back({.kind = ArgumentDeclaration::Kind::flag,
-                            .names = splitNames(names),
-                            .help = std::move(help),
-                            .assign = [&value](const std::string&) { return value = true; }});
+    add(Kind::flag, names, std::move(help), [&value](const std::string&) { return value = true; });
 }
 
 void CommandArguments::invertibleFlag(std::string_view name, std::string_view inversion,
                                       std::optional<bool>& value, std::string help) {
-    declarations.push_back({.kind = ArgumentDeclaration::Kind::flag,
-                            .names = {std::string(name)},
-                            .help = std::move(help),
-                            .assign =
-                                [&value](const std::string& text) {
-                                    value = text == "true";
-                                    return true;
-                                },
-                            .inversion = std::string(inversion)});
+    const auto assign = [&value](const std::string& text) {
+        value = text == "true";
+        return true;
+    };
+    add(Kind::flag, name, std::move(help), assign).inversion = inversion;
 }
 
-void CommandArguments::declare(std::string_view names, std::string help, std::string defaultText,
-                               std::vector<std::string> allowedValues, ArgumentDeclaration::Assign assign) {
-    declarations.push_back({.kind = ArgumentDeclaration::Kind::option,
-                            .names = splitNames(names),
-                            .help = std::move(help),
-                            .defaultText = std::move(defaultText),
-                            .allowedValues = std::move(allowedValues),
-                            .assign = std::move(assign)});
+std::string expandingTilde(const std::string& path, const std::filesystem::path& home) {
+    if (path == "~" || path.starts_with("~/"))
+        return home.string() + path.substr(1);
+    return path;
 }
 
 } // namespace halvo

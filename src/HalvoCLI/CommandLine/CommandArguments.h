@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -24,6 +25,8 @@ struct ArgumentDeclaration {
     Assign assign{};         ///< for a flag, called with "true", or "false" for its inversion
     std::string inversion{}; ///< "--no-watermark": a second spelling of a flag that turns it off
 
+    /// Whether a word of the command line, such as "-b", names this option or flag.
+    bool isSpelled(std::string_view word) const;
     /// "<bundle-id>": what stands for the value in help and messages.
     std::string valueName() const;
     /// "-b, --bundle-id <bundle-id>", or "<path>" for a positional.
@@ -45,49 +48,55 @@ public:
     /// Absent unless one of the two spellings is given.
     void invertibleFlag(std::string_view name, std::string_view inversion, std::optional<bool>& value,
                         std::string help);
-    /// An option with a value of its own type; `parse` gives absent for a text that is no such value.
+    /// An option with a value of its own type; `parse` gives absent for a text that is not such a value.
     template<typename Value>
     void typedOption(std::string_view names, Value& value, const std::string& help,
                      std::function<std::optional<Value>(const std::string&)> parse,
                      const std::string& defaultText = "",
                      const std::vector<std::string>& allowedValues = {}) {
-        declare(names, help, defaultText, allowedValues,
-                [&value, parse = std::move(parse)](const std::string& text) {
-                    const auto parsed = parse(text);
-                    if (parsed)
-                        value = *parsed;
-                    return parsed.has_value();
-                });
+        addTyped(names, value, help, parse, allowedValues).defaultText = defaultText;
     }
     /// The same for an option whose absence means something.
     template<typename Value>
     void typedOption(std::string_view names, std::optional<Value>& value, const std::string& help,
                      std::function<std::optional<Value>(const std::string&)> parse,
                      const std::vector<std::string>& allowedValues = {}) {
-        declare(names, help, "", allowedValues, [&value, parse = std::move(parse)](const std::string& text) {
-            const auto parsed = parse(text);
-            if (parsed)
-                value = *parsed;
-            return parsed.has_value();
-        });
+        addTyped(names, value, help, parse, allowedValues);
     }
     /// A required positional argument with a value of its own type.
     template<typename Value>
     void typedPositional(const std::string& name, Value& value, const std::string& help,
                          std::function<std::optional<Value>(const std::string&)> parse,
                          const std::vector<std::string>& allowedValues = {}) {
-        typedOption<Value>(name, value, help, std::move(parse), "", allowedValues);
-        declarations.back().kind = ArgumentDeclaration::Kind::positional;
-        declarations.back().required = true;
+        ArgumentDeclaration& argument = addTyped(name, value, help, parse, allowedValues);
+        argument.kind = ArgumentDeclaration::Kind::positional;
+        argument.required = true;
     }
 
     const std::vector<ArgumentDeclaration>& all() const { return declarations; }
 
 private:
-    void declare(std::string_view names, std::string help, std::string defaultText,
-                 std::vector<std::string> allowedValues, ArgumentDeclaration::Assign assign);
+    ArgumentDeclaration& add(ArgumentDeclaration::Kind kind, std::string_view names, std::string help,
+                             ArgumentDeclaration::Assign assign);
+
+    template<typename Target, typename Parse>
+    ArgumentDeclaration& addTyped(std::string_view names, Target& target, const std::string& help,
+                                  const Parse& parse, const std::vector<std::string>& allowedValues) {
+        ArgumentDeclaration& argument =
+            add(ArgumentDeclaration::Kind::option, names, help, [&target, parse](const std::string& text) {
+                const auto parsed = parse(text);
+                if (parsed)
+                    target = *parsed;
+                return parsed.has_value();
+            });
+        argument.allowedValues = allowedValues;
+        return argument;
+    }
 
     std::vector<ArgumentDeclaration> declarations;
 };
+
+/// A path as a person writes it: a leading "~" or "~/" becomes the home folder.
+std::string expandingTilde(const std::string& path, const std::filesystem::path& home);
 
 } // namespace halvo

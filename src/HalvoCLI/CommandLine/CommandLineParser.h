@@ -13,8 +13,7 @@ struct ParsedCommandLine {
     /// Run this command; its declared variables are filled.
     struct Run {
         Command* command = nullptr;
-        std::vector<std::string> path{}; ///< "halvo", "config", "show"
-        std::string help{};              ///< the help of the command
+        std::string help{}; ///< the help of the command
     };
     /// Print a text to standard output and end with status 0.
     struct Print {
@@ -31,5 +30,14 @@ struct ParsedCommandLine {
 /// outlive the result.
 ParsedCommandLine parseCommandLine(Command& root, std::string_view version,
                                    std::span<const std::string> arguments);
+
+/// The whole help of a command. `path` names it from the root: {"halvo", "config", "show"}. Lines of prose
+/// are wrapped at 80 columns.
+std::string helpText(const Command& command, const CommandArguments& arguments,
+                     std::span<const std::string> path);
+
+/// "halvo config show --bundle-id <bundle-id> [--section <section>]"
+std::string usageLine(const Command& command, const CommandArguments& arguments,
+                      std::span<const std::string> path);
 
 } // namespace halvo

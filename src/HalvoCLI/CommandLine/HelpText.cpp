@@ -1,4 +1,4 @@
-#include "CommandLine/HelpText.h"
+#include "CommandLine/CommandLineParser.h"
 
 #include <Base/Text.h>
 
@@ -8,8 +8,8 @@ namespace halvo {
 namespace {
 
 constexpr std::size_t lineWidth = 80;
-constexpr std::size_t longestUsage =
-    8; ///< beyond so many arguments "[<options>]" stands for the optional ones
+/// Beyond so many arguments "[<options>]" stands for the optional ones.
+constexpr std::size_t longestUsage = 8;
 constexpr std::size_t explanationColumn = 26; ///< where the explanations of options and commands start
 
 /// Breaks at blanks so that no line is longer than the width; a word longer than that stands alone.

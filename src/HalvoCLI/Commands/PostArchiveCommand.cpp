@@ -28,17 +28,17 @@ public:
         // Xcode's archives have blanks in their names.
         if (!services.platform.workspace.open("halvo:///post-archive?archivePath=" +
                                               percentEncoded(*archivePath, "/")))
-            terminal->print(TerminalText::danger("Could not hand over " + *archivePath +
-                                                 ": nothing on this system opens halvo: addresses, which the "
-                                                 "companion Mac app does. To publish from here, run ") +
-                            TerminalText::command("halvo release <archive>"));
+            terminal->print(
+                TerminalText::danger(
+                    "Could not hand over " + *archivePath +
+                    ": nothing on this system opens halvo: addresses, which the companion Mac app does. To publish from here, run ") +
+                TerminalText::command("halvo release <archive>"));
     }
 
 private:
     std::optional<std::string> archivePath{};
     std::string text =
-        "Use this command in your Xcode archive post-actions to release a new version with Halvo "
-        "after archiving completes.\nLearn More: " +
+        "Use this command in your Xcode archive post-actions to release a new version with Halvo after archiving completes.\nLearn More: " +
         std::string(helpAddress::postArchive);
 };
 

@@ -13,8 +13,9 @@ void offerToOpen(Terminal& noora, Workspace& workspace) {
     } catch (const PromptError&) { // no answer is a no: what failed before is the failure to report
     }
     if (wanted && !workspace.open(settingsPage))
-        noora.warning({{.message = "System Settings could not be opened. Open them yourself and go to "
-                                   "Privacy & Security → App Management."}});
+        noora.warning(
+            {{.message =
+                  "System Settings could not be opened. Open them yourself and go to Privacy & Security → App Management."}});
 }
 
 } // namespace halvo::AppManagementSettingsPrompt

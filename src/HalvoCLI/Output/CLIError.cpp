@@ -11,55 +11,42 @@
 namespace halvo {
 
 CLIError CLIError::provisioningProfileRequired(const std::string& details) {
-    return {"provisioning_profile_required",
-            "The app's entitlements require a provisioning profile. Create a Developer ID Application "
-            "provisioning "
-            "profile at " +
-                std::string(helpAddress::appleProfiles) +
-                " and pass it with --provisioning-profile (or HALVO_PROVISIONING_PROFILE, base64); Halvo "
-                "then signs "
-                "fully offline. App Store Connect API keys cannot fetch Developer ID profiles (a known Apple "
-                "limitation), so a profile is the reliable path on CI. Guide: " +
-                helpAddress::provisioningProfiles + xcodebuildReport(details)};
+    return {
+        "provisioning_profile_required",
+        "The app's entitlements require a provisioning profile. Create a Developer ID Application provisioning profile at " +
+            std::string(helpAddress::appleProfiles) +
+            " and pass it with --provisioning-profile (or HALVO_PROVISIONING_PROFILE, base64); Halvo then signs fully offline. App Store Connect API keys cannot fetch Developer ID profiles (a known Apple limitation), so a profile is the reliable path on CI. Guide: " +
+            helpAddress::provisioningProfiles + xcodebuildReport(details)};
 }
 
 CLIError CLIError::provisioningProfileMismatch(const std::string& bundleIdentifier,
                                                const std::string& details) {
-    return {"provisioning_profile_mismatch",
-            "The provisioning profile is for " + bundleIdentifier +
-                ", so Halvo gives it only to targets whose PRODUCT_BUNDLE_IDENTIFIER matches it. xcodebuild "
-                "still "
-                "found a target that requires a profile. If that target is the app, pass the profile for the "
-                "app's "
-                "bundle identifier. Halvo can't give a supplied profile to a target that doesn't match it." +
-                xcodebuildReport(details)};
+    return {
+        "provisioning_profile_mismatch",
+        "The provisioning profile is for " + bundleIdentifier +
+            ", so Halvo gives it only to targets whose PRODUCT_BUNDLE_IDENTIFIER matches it. xcodebuild still found a target that requires a profile. If that target is the app, pass the profile for the app's bundle identifier. Halvo can't give a supplied profile to a target that doesn't match it." +
+            xcodebuildReport(details)};
 }
 
 CLIError CLIError::buildVersionOverrideIgnored(const ReleaseVersionOverrideError& error) {
     const auto& ignored = std::get<ReleaseVersionOverrideError::Ignored>(error.which);
     std::vector<std::string> parts;
     std::vector<std::string> fixes;
-    if (ignored.buildNumber) {
-        parts.push_back(
-            "Requested build number " + ignored.buildNumber->requested + " but the archived app has " +
-            ignored.buildNumber->actual +
-            ".\nxcodebuild ignored CURRENT_PROJECT_VERSION, which means your target hardcodes "
-            "CFBundleVersion in a checked-in Info.plist instead of referencing the build setting.");
-        fixes.emplace_back("set CFBundleVersion to $(CURRENT_PROJECT_VERSION)");
-    }
-    if (ignored.marketingVersion) {
-        parts.push_back(
-            "Requested marketing version " + ignored.marketingVersion->requested +
-            " but the archived app has " + ignored.marketingVersion->actual +
-            ".\nxcodebuild ignored MARKETING_VERSION, which means your target hardcodes "
-            "CFBundleShortVersionString in a checked-in Info.plist instead of referencing the build "
-            "setting.");
-        fixes.emplace_back("set CFBundleShortVersionString to $(MARKETING_VERSION)");
-    }
+    const auto add = [&](const auto& mismatch, const std::string& what, const std::string& setting,
+                         const std::string& key) {
+        if (!mismatch)
+            return;
+        parts.push_back("Requested " + what + " " + mismatch->requested + " but the archived app has " +
+                        mismatch->actual + ".\nxcodebuild ignored " + setting +
+                        ", which means your target hardcodes " + key +
+                        " in a checked-in Info.plist instead of referencing the build setting.");
+        fixes.push_back("set " + key + " to $(" + setting + ")");
+    };
+    add(ignored.buildNumber, "build number", "CURRENT_PROJECT_VERSION", "CFBundleVersion");
+    add(ignored.marketingVersion, "marketing version", "MARKETING_VERSION", "CFBundleShortVersionString");
     parts.push_back(
         "Fix: " + joined(fixes, " and ") +
-        " in your Info.plist, or enable \"Generate Info.plist File\" (GENERATE_INFOPLIST_FILE = YES) in "
-        "the target's build settings.");
+        " in your Info.plist, or enable \"Generate Info.plist File\" (GENERATE_INFOPLIST_FILE = YES) in the target's build settings.");
     return {"build_version_override_ignored", joined(parts, "\n")};
 }
 

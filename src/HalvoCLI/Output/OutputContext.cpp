@@ -1,10 +1,17 @@
 #include "Output/OutputContext.h"
 
-#include "Output/JSONOutput.h"
-
 #include <nlohmann/json.hpp>
 
 namespace halvo {
+namespace {
+
+/// The text of a document: keys sorted, slashes as they are, indented for a terminal. Text that is not UTF-8
+/// gets U+FFFD in its place.
+std::string encoded(const nlohmann::json& document, bool pretty) {
+    return document.dump(pretty ? 2 : -1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+} // namespace
 
 OutputContext OutputContext::make(const Services& services, OutputFormat format, bool interactive) {
     const TerminalStreams streams =
@@ -52,18 +59,20 @@ bool OutputContext::confirm(const std::string& prompt, bool override) const {
 CLIError OutputContext::confirmationRequired(const std::string& prompt) const {
     const std::string question = "Confirmation required: " + prompt + ". ";
     if (mayAsk && outputFormat == OutputFormat::json)
-        return {"confirmation_required", question + "Pass the corresponding override flag (e.g. --yes, "
-                                                    "--skip-notarization) to proceed in --format json."};
-    return {"confirmation_required", question +
-                                         "Re-run interactively, or pass the corresponding override flag "
-                                         "(e.g. --skip-notarization) to proceed non-interactively."};
+        return {
+            "confirmation_required",
+            question +
+                "Pass the corresponding override flag (e.g. --yes, --skip-notarization) to proceed in --format json."};
+    return {
+        "confirmation_required",
+        question +
+            "Re-run interactively, or pass the corresponding override flag (e.g. --skip-notarization) to proceed non-interactively."};
 }
 
 void OutputContext::writeJSONLine(const nlohmann::json& document) const {
     std::string text;
     try {
-        text =
-            JSONOutput::encode(document, pretty ? JSONOutput::Layout::pretty : JSONOutput::Layout::oneLine);
+        text = encoded(document, pretty);
     } catch (const nlohmann::json::exception& error) {
         standardError->write("Failed to encode JSON output: " + std::string(error.what()) + "\n");
         return;

@@ -10,7 +10,11 @@ namespace halvo {
 enum class OutputFormat { text, json };
 
 /// "text" and "json", in this order; absent for anything else.
-std::optional<OutputFormat> parseOutputFormat(const std::string& text);
-const std::vector<std::string>& outputFormatNames();
+inline std::optional<OutputFormat> parseOutputFormat(const std::string& text) {
+    if (text == "text")
+        return OutputFormat::text;
+    return text == "json" ? std::optional(OutputFormat::json) : std::nullopt;
+}
+inline std::vector<std::string> outputFormatNames() { return {"text", "json"}; }
 
 } // namespace halvo

@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         EndpointCase{"createApp",
                      [](auto& client, auto&) {
-                         const ServerApp made = client.createApp({"Demo", "com.example.Demo", "key"}).app();
+                         const ServerApp made = client.createApp({"Demo", "com.example.Demo", "key"});
                          EXPECT_EQ(made.id, id);
                          ASSERT_EQ(made.releases.size(), 1U);
                          EXPECT_EQ(made.releases[0].fileSize, 5'000'000'000);
@@ -184,15 +184,15 @@ INSTANTIATE_TEST_SUITE_P(
                      "POST",
                      "/v1/users/register",
                      {{"email", "a@example.com"}, {"password", "p"}, {"name", "Ann"}}},
-        EndpointCase{"login",
-                     [](auto& client, auto&) {
-                         EXPECT_EQ(client.login({"a@example.com", "p"}).user.user(),
-                                   (User{id, "Ann", "a@example.com"}));
-                     },
-                     {{"user", user}, {"token", "t"}},
-                     "POST",
-                     "/v1/users/login",
-                     {{"email", "a@example.com"}, {"password", "p"}}},
+        EndpointCase{
+            "login",
+            [](auto& client, auto&) {
+                EXPECT_EQ(client.login({"a@example.com", "p"}).user, (User{id, "Ann", "a@example.com"}));
+            },
+            {{"user", user}, {"token", "t"}},
+            "POST",
+            "/v1/users/login",
+            {{"email", "a@example.com"}, {"password", "p"}}},
         EndpointCase{"logout", [](auto& client, auto&) { client.logout(); }, nullptr, "POST",
                      "/v1/users/logout"},
         EndpointCase{"getUser", [](auto& client, auto&) { client.getUser(); }, user, "GET", "/v1/users"},

@@ -1,4 +1,4 @@
-#include "Commands/Apps/AppTable.h"
+#include "Commands/AppsCommands.h"
 #include "Commands/Releases/ReleaseTable.h"
 
 #include <Base/Text.h>

@@ -1,6 +1,6 @@
 #include <HalvoCore/BinaryPreparationService.h>
 
-#include <Models/HalvoError.h>
+#include <Models/ReleaseSettings.h>
 #include <Platform/Files.h>
 #include <Support/CaseName.h>
 #include <Support/DemoApp.h>
@@ -197,7 +197,7 @@ TEST(BinaryPreparation, refusesAnArchiveAsZIPBeforeAnyStep) {
         preparation.prepare(Input::archivedApp, zipFormat, notarizing);
         FAIL() << "was prepared";
     } catch (const HalvoError& error) {
-        EXPECT_EQ(error.which, HalvoError::Case::archivedAppRequiresDMG);
+        EXPECT_TRUE(error.is<HalvoError::ArchivedAppRequiresDMG>());
     }
     EXPECT_THAT(preparation.steps, testing::IsEmpty());
     EXPECT_THAT(preparation.tools.calls, testing::IsEmpty());

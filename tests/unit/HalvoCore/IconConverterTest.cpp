@@ -27,22 +27,20 @@ TEST(IconConverter, writesAPNGForTheCallerToRemove) {
 TEST(IconConverter, tellsAnUnreadableIconFromAnUnwritablePNG) {
     const test::TemporaryFolder folder;
     FakeImages images;
-    const auto failure = [&](const fs::path& icon,
-                             const fs::path& temporary) -> std::optional<IconConverter::Error::Case> {
+    const auto failure = [&](const fs::path& icon, const fs::path& temporary) -> std::string {
         try {
             IconConverter(images, temporary).writePNG(URL::file(icon), 256);
         } catch (const IconConverter::Error& error) {
-            return error.which;
+            return error.description();
         }
-        return std::nullopt;
+        return "";
     };
     const fs::path good = folder.write("Demo.icns", "icns...");
-    using Case = IconConverter::Error::Case;
-    EXPECT_EQ(failure(folder.write("text.icns", "text"), folder.path()), Case::loadFailed);
-    EXPECT_EQ(failure(folder.write("empty.icns", ""), folder.path()), Case::loadFailed);
-    EXPECT_EQ(failure(folder / "missing.icns", folder.path()), Case::loadFailed);
-    EXPECT_EQ(failure(folder.path(), folder.path()), Case::loadFailed);
-    EXPECT_EQ(failure(good, folder / "missing"), Case::encodeFailed);
+    EXPECT_EQ(failure(folder.write("text.icns", "text"), folder.path()), "The icon could not be read.");
+    EXPECT_EQ(failure(folder.write("empty.icns", ""), folder.path()), "The icon could not be read.");
+    EXPECT_EQ(failure(folder / "missing.icns", folder.path()), "The icon could not be read.");
+    EXPECT_EQ(failure(folder.path(), folder.path()), "The icon could not be read.");
+    EXPECT_EQ(failure(good, folder / "missing"), "The icon could not be written as a PNG.");
 }
 
 } // namespace

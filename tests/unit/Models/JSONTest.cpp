@@ -1,5 +1,5 @@
+#include <Models/CompanionRecords.h>
 #include <Models/JSONFields.h>
-#include <Models/ReleaseContext.h>
 #include <Models/ReleaseSettings.h>
 #include <Models/ReleaseState.h>
 #include <Models/XcodeBuildConfiguration.h>

@@ -1,10 +1,7 @@
 #pragma once
 
 #include <HalvoAPI/APIError.h>
-#include <HalvoAPI/AppRecords.h>
-#include <HalvoAPI/ReleaseRecords.h>
-#include <HalvoAPI/TokenProviding.h>
-#include <HalvoAPI/UserRecords.h>
+#include <HalvoAPI/Records.h>
 
 #include <Base/URL.h>
 #include <Platform/HTTPSession.h>
@@ -13,13 +10,24 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
 
+#include <nlohmann/json_fwd.hpp>
+
 namespace halvo {
 
 class APIClient;
+
+/// Where the bearer token of the hosted service comes from.
+class TokenProviding {
+public:
+    virtual ~TokenProviding() = default;
+    /// Absent when nobody is logged in.
+    virtual std::optional<std::string> getToken() = 0;
+};
 
 /// A file that should be uploaded cannot be read; the log has the reason.
 class UploadFileError : public Failure {
@@ -43,7 +51,7 @@ struct APITimeLimits {
 /// The REST client of the hosted service: one operation for each endpoint.
 ///
 /// Each sends one request, with the bearer token if there is one, and is done or throws: APIError for an
-/// answer that is no success, HTTPError for a transfer that ends without one, CancelledError. Nothing is
+/// answer that is not a success, HTTPError for a transfer that ends without one, CancelledError. Nothing is
 /// retried, and no redirect is followed, so that the token goes to the service's own host only. Usable from
 /// several threads at once if the token provider is.
 class APIClient {
@@ -54,29 +62,31 @@ public:
               APITimeLimits timeLimits = {});
 
     // Apps.
-    AppResponse createApp(const CreateAppRequest& request);
-    AppResponse updateApp(const UpdateAppRequest& request);
+    ServerApp createApp(const CreateAppRequest& request);
+    ServerApp updateApp(const UpdateAppRequest& request);
     void deleteApp(const UUID& id);
     /// The file is mapped and streamed. Throws UploadFileError.
-    AppResponse uploadAppIcon(const std::filesystem::path& file, const UUID& appID);
-    AppResponse fetchApp(const std::string& bundleIdentifier);
-    std::vector<AppResponse> fetchUsersApps();
-    DownloadsResponse fetchDownloads(const UUID& appID);
+    ServerApp uploadAppIcon(const std::filesystem::path& file, const UUID& appID);
+    ServerApp fetchApp(const std::string& bundleIdentifier);
+    std::vector<ServerApp> fetchUsersApps();
 
     // Releases.
-    ReleaseResponse createRelease(const CreateReleaseRequest& request);
-    ReleaseResponse updateRelease(const UpdateReleaseRequest& request);
+    Release createRelease(const CreateReleaseRequest& request);
+    Release updateRelease(const UpdateReleaseRequest& request);
     void deleteRelease(const UUID& id);
     /// The file is mapped and streamed. Throws UploadFileError.
-    ReleaseResponse uploadBinary(const std::filesystem::path& file, const UUID& releaseID,
-                                 const TransferProgress& progress = {});
+    Release uploadBinary(const std::filesystem::path& file, const UUID& releaseID,
+                         const TransferProgress& progress = {});
 
     // The account.
     AuthResponse registerUser(const RegisterRequest& request); ///< `register` is a word of the language
     AuthResponse login(const LoginRequest& request);
     void logout();
-    UserResponse getUser();
-    UserResponse updateUser(const UserUpdateRequest& request);
+    User getUser();
+
+    // For the companion Mac app.
+    DownloadsResponse fetchDownloads(const UUID& appID);
+    User updateUser(const UserUpdateRequest& request);
     void requestPasswordReset(const std::string& email);
     void changePassword(const std::string& currentPassword, const std::string& newPassword);
 
@@ -86,8 +96,9 @@ private:
     Bytes postRequest(HTTPRequest request, const nlohmann::json& body);
     Bytes postRequest(HTTPRequest request, const std::filesystem::path& file);
     void handleResponse(const HTTPResponse& response);
-    template<typename Record>
-    Record decode(ByteView body) const;
+    /// `name` is what the log calls the record.
+    template<typename Type>
+    Type decode(ByteView body, const char* name) const;
 
     URL baseURL;
     TokenProviding& tokenProvider;

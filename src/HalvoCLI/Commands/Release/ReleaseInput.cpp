@@ -2,9 +2,6 @@
 
 #include "Output/CLIError.h"
 
-#include <Base/Text.h>
-#include <Models/Channel.h>
-
 #include <algorithm>
 #include <vector>
 
@@ -34,18 +31,6 @@ std::optional<std::filesystem::path> discoverProject(const std::filesystem::path
 
 } // namespace
 
-std::optional<std::string> resolveChannel(const std::optional<std::string>& channel, bool beta) {
-    std::optional<std::string> resolved;
-    if (channel)
-        resolved = Channel::normalize(*channel);
-    if (!beta)
-        return resolved;
-    if (channel && resolved != "beta")
-        throw CLIError("invalid_argument",
-                       "--channel " + resolved.value_or(*channel) + " conflicts with --beta. Pass only one.");
-    return "beta";
-}
-
 ReleaseInput resolveReleaseInput(const std::optional<std::string>& path,
                                  const std::filesystem::path& directory) {
     std::optional<std::filesystem::path> chosen;
@@ -68,12 +53,6 @@ void checkOptionsAgainstInput(const ReleaseOptions& options, ReleaseInput::Kind 
     if (kind == ReleaseInput::Kind::bundle && options.provisioningProfile)
         throw CLIError("invalid_argument",
                        "--provisioning-profile requires an Xcode project, workspace, or archive");
-}
-
-std::string expandingTilde(const std::string& path, const std::filesystem::path& home) {
-    if (path == "~" || path.starts_with("~/"))
-        return home.string() + path.substr(1);
-    return path;
 }
 
 } // namespace halvo

@@ -1,6 +1,9 @@
 #include "Commands/Release/ReleaseOptions.h"
 
+#include "Output/CLIError.h"
+
 #include <Base/Text.h>
+#include <Models/Channel.h>
 
 namespace halvo {
 
@@ -93,6 +96,18 @@ ReleaseConfiguration releaseConfiguration(const ReleaseOptions& options,
             .isPhasedRollout = options.phasedRollout,
             .isCritical = options.critical,
             .isPublished = !options.draft};
+}
+
+std::optional<std::string> resolveChannel(const std::optional<std::string>& channel, bool beta) {
+    std::optional<std::string> resolved;
+    if (channel)
+        resolved = Channel::normalize(*channel);
+    if (!beta)
+        return resolved;
+    if (channel && resolved != "beta")
+        throw CLIError("invalid_argument",
+                       "--channel " + resolved.value_or(*channel) + " conflicts with --beta. Pass only one.");
+    return "beta";
 }
 
 } // namespace halvo

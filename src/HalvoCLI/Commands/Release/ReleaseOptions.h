@@ -71,4 +71,8 @@ struct ReleaseOptions {
 ReleaseConfiguration releaseConfiguration(const ReleaseOptions& options,
                                           const std::optional<std::string>& channel);
 
+/// The channel to publish to, absent for the default one. Throws ChannelError, and CLIError
+/// `invalid_argument` when `--beta` stands beside another channel, the default one included.
+std::optional<std::string> resolveChannel(const std::optional<std::string>& channel, bool beta);
+
 } // namespace halvo

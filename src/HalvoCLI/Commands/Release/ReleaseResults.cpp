@@ -1,6 +1,7 @@
 #include "Commands/Release/ReleaseResults.h"
 
 #include <Base/Text.h>
+#include <Models/JSONFields.h>
 
 #include <nlohmann/json.hpp>
 
@@ -29,14 +30,8 @@ std::string sizeText(std::int64_t bytes) {
 } // namespace
 
 nlohmann::json ReleaseUploadResult::json() const {
-    nlohmann::json releaseJSON = release;
-    // On disk dates are numbers; in the program's output they are ISO 8601.
-    if (release.createdAt)
-        releaseJSON["createdAt"] = formatISO8601(*release.createdAt);
-    if (release.updatedAt)
-        releaseJSON["updatedAt"] = formatISO8601(*release.updatedAt);
     nlohmann::json result{{"app", {{"name", app.name}, {"bundleIdentifier", app.bundleIdentifier}}},
-                          {"release", std::move(releaseJSON)}};
+                          {"release", encodeJSON(release, DateForm::iso8601)}};
     if (latestDownloadURL)
         result["latestDownloadURL"] = latestDownloadURL->absoluteString();
     return result;

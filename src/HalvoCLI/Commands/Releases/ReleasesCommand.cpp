@@ -1,6 +1,6 @@
 #include "Commands/BooleanValue.h"
 #include "Commands/Commands.h"
-#include "Commands/Release/ReleaseInput.h"
+#include "Commands/Release/ReleaseOptions.h"
 #include "Commands/Releases/ReleaseTable.h"
 #include "Output/FailureReport.h"
 #include "Publications.h"

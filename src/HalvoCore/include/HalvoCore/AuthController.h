@@ -41,9 +41,11 @@ public:
                               const std::string& name) = 0;
     virtual User login(const std::string& email, const std::string& password) = 0;
     virtual void logout() = 0;
-    virtual User update(const std::string& name) = 0;
     /// Asks the service who the token belongs to, and remembers it.
     virtual User fetchUser() = 0;
+
+    // For the companion Mac app; no command of `halvo` uses these.
+    virtual User update(const std::string& name) = 0;
     virtual void requestPasswordReset(const std::string& email) = 0;
     virtual void changePassword(const std::string& currentPassword, const std::string& newPassword) = 0;
 };
@@ -70,14 +72,14 @@ public:
     /// This machine forgets user and token even when the service fails; its failure is thrown afterwards. The
     /// service is not asked when no user is stored.
     void logout() override;
-    User update(const std::string& name) override;
     User fetchUser() override;
+    User update(const std::string& name) override;
     void requestPasswordReset(const std::string& email) override;
     void changePassword(const std::string& currentPassword, const std::string& newPassword) override;
 
 private:
     User logIn(const AuthResponse& response);
-    User remember(const UserResponse& response);
+    User remember(const User& user);
     void tellDelegate();
 
     TokenControllerProtocol& tokenController;

@@ -11,18 +11,23 @@ namespace halvo {
 /// Turns an icon file into a PNG for upload.
 class IconConverter {
 public:
-    class Error : public Failure {
-    public:
-        enum class Case { loadFailed, encodeFailed };
-        explicit Error(Case which);
-        Case which;
+    struct Cases {
+        struct LoadFailed {
+            std::string description() const { return "The icon could not be read."; }
+        };
+        struct EncodeFailed {
+            std::string description() const { return "The icon could not be written as a PNG."; }
+        };
+        using Case = std::variant<LoadFailed, EncodeFailed>;
     };
+    using Error = FailureOf<Cases>;
 
     IconConverter(ImageServices& images, std::filesystem::path temporaryDirectory)
         : images(images), temporaryDirectory(std::move(temporaryDirectory)) {}
 
     /// Draws the icon into `size` by `size` pixels (size above zero) and writes "icon-<UUID>.png" to the
-    /// temporary directory; the caller removes it. Throws Error `loadFailed` for what is no readable picture.
+    /// temporary directory; the caller removes it. Throws Error::LoadFailed for what is not a readable
+    /// picture.
     URL writePNG(const URL& iconURL, unsigned size) const;
 
 private:

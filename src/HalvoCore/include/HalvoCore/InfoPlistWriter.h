@@ -10,32 +10,29 @@
 namespace halvo {
 
 /// A property list file that could not be changed. The file is as it was.
-class PlistWriteError : public Failure {
-public:
+struct PlistWriteCases {
     struct ReadFailed {
-        std::string description;
+        std::string reason;
+        std::string description() const { return "Failed to read plist: " + reason; }
         bool operator==(const ReadFailed&) const = default;
     };
     struct WriteFailed {
-        std::string description;
+        std::string reason;
+        std::string description() const { return "Failed to write plist: " + reason; }
         bool operator==(const WriteFailed&) const = default;
     };
     struct FileNotFound {
+        std::string description() const { return "Plist file not found"; }
         bool operator==(const FileNotFound&) const = default;
     };
-    /// The list is no dictionary.
+    /// The list is not a dictionary.
     struct UnexpectedFormat {
+        std::string description() const { return "Plist has unexpected format"; }
         bool operator==(const UnexpectedFormat&) const = default;
     };
     using Case = std::variant<ReadFailed, WriteFailed, FileNotFound, UnexpectedFormat>;
-
-    explicit PlistWriteError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
-
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using PlistWriteError = FailureOf<PlistWriteCases>;
 
 /// Merges values into a property list file.
 struct InfoPlistWriter {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <HalvoAPI/TokenProviding.h>
+#include <HalvoAPI/APIClient.h>
 #include <KeyChain/KeyChainStore.h>
 #include <Platform/Environment.h>
 

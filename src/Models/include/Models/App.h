@@ -21,6 +21,15 @@ struct LocalApp {
     /// The address that always gives the newest release; absent while that one has no download.
     std::optional<URL> downloadURL() const;
 
+    static void fields(auto& app, auto&& field) {
+        field("id", app.id);
+        field("bundleIdentifier", app.bundleIdentifier);
+        field("edDSAPublicKey", app.edDSAPublicKey);
+        field("iconURL", app.iconURL);
+        field("name", app.name);
+        field("storage", app.storage);
+    }
+
     bool operator==(const LocalApp&) const = default;
 };
 
@@ -41,6 +50,21 @@ struct ServerApp {
 
     /// The address that always gives the newest release, on the host that serves the appcast.
     URL downloadURL() const;
+
+    static void fields(auto& app, auto&& field) {
+        field("id", app.id);
+        field("name", app.name);
+        field("bundleIdentifier", app.bundleIdentifier);
+        field("edDSAPublicKey", app.edDSAPublicKey);
+        field("fullReleaseNotesURL", app.fullReleaseNotesURL);
+        field("iconURL", app.iconURL);
+        field("appcastURL", app.appcastURL);
+        field("customDomain", app.customDomain);
+        field("stripeSecretKey", app.stripeSecretKey);
+        field("stripeWebhookSecret", app.stripeWebhookSecret);
+        field("stripeManagedPayments", app.stripeManagedPayments);
+        field("releases", app.releases);
+    }
 
     bool operator==(const ServerApp&) const = default;
 };
@@ -81,14 +105,10 @@ struct App {
     const LocalApp* localApp() const { return std::get_if<LocalApp>(&value); }
     const ServerApp* serverApp() const { return std::get_if<ServerApp>(&value); }
 
+    static constexpr const char* caseNames[] = {"local", "server"};
+    static void caseFields(auto& app, auto&& field) { field("_0", app); }
+
     bool operator==(const App&) const = default;
 };
-
-void to_json(nlohmann::json& json, const LocalApp& app);
-void from_json(const nlohmann::json& json, LocalApp& app); ///< throws ModelError; leaves `releases` empty
-void to_json(nlohmann::json& json, const ServerApp& app);
-void from_json(const nlohmann::json& json, ServerApp& app); ///< throws ModelError
-void to_json(nlohmann::json& json, const App& app);
-void from_json(const nlohmann::json& json, App& app); ///< throws ModelError
 
 } // namespace halvo

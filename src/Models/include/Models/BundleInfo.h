@@ -8,23 +8,20 @@
 #include <string>
 #include <variant>
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace halvo {
 
 class Bundle;
 
 /// An Info.plist that lacks what a release needs.
-struct BundleInfoErrorCases {
+struct BundleInfoCases {
     /// CFBundleVersion is not an integer.
     struct InvalidVersion {
-        std::string rawValue{};
+        std::string rawValue;
         std::string description() const {
             return "CFBundleVersion is \"" + rawValue +
-                   "\", but Halvo currently requires an integer build number. Set CURRENT_PROJECT_VERSION to "
-                   "an integer (e.g. 42) and keep your marketing version (e.g. 1.2.3) in "
-                   "CFBundleShortVersionString.";
+                   "\", but Halvo currently requires an integer build number. Set CURRENT_PROJECT_VERSION to an integer (e.g. 42) and keep your marketing version (e.g. 1.2.3) in CFBundleShortVersionString.";
         }
+        bool operator==(const InvalidVersion&) const = default;
     };
     /// The file is missing, or cannot be read as a dictionary.
     struct NoInfoDictionary {
@@ -33,26 +30,32 @@ struct BundleInfoErrorCases {
         std::string advice() const {
             return reason.empty() ? "" : "Contents/Info.plist is there but cannot be read. " + reason;
         }
+        bool operator==(const NoInfoDictionary&) const = default;
     };
     struct NoName {
         std::string description() const { return "Missing CFBundleName in Info.plist"; }
+        bool operator==(const NoName&) const = default;
     };
     struct NoIdentifer {
         std::string description() const { return "Missing CFBundleIdentifier in Info.plist"; }
+        bool operator==(const NoIdentifer&) const = default;
     };
     struct NoVersion {
         std::string description() const { return "Missing CFBundleVersion in Info.plist"; }
+        bool operator==(const NoVersion&) const = default;
     };
     struct NoVersionString {
         std::string description() const { return "Missing CFBundleShortVersionString in Info.plist"; }
+        bool operator==(const NoVersionString&) const = default;
     };
     struct NoMinimumSystemVersion {
         std::string description() const { return "Missing LSMinimumSystemVersion in Info.plist"; }
+        bool operator==(const NoMinimumSystemVersion&) const = default;
     };
     using Case = std::variant<InvalidVersion, NoInfoDictionary, NoName, NoIdentifer, NoVersion,
                               NoVersionString, NoMinimumSystemVersion>;
 };
-using BundleInfoError = FailureOf<BundleInfoErrorCases>;
+using BundleInfoError = FailureOf<BundleInfoCases>;
 
 /// The metadata of one application bundle, as its `Contents/Info.plist` has it.
 struct BundleInfo {
@@ -74,10 +77,20 @@ struct BundleInfo {
     const std::string& id() const { return identifier; }
     std::string versionDescription() const; ///< "2.1.0 (42)"
 
+    static void fields(auto& info, auto&& field) {
+        field("url", info.url);
+        field("name", info.name);
+        field("identifier", info.identifier);
+        field("minimumSystemVersion", info.minimumSystemVersion);
+        field("version", info.version);
+        field("versionString", info.versionString);
+        field("appIcon", info.appIcon);
+        field("sparklePublicEDKey", info.sparklePublicEDKey);
+        field("sparkleFeedURL", info.sparkleFeedURL);
+        field("sparkleEnableSystemProfiling", info.sparkleEnableSystemProfiling);
+    }
+
     bool operator==(const BundleInfo&) const = default;
 };
-
-void to_json(nlohmann::json& json, const BundleInfo& info);
-void from_json(const nlohmann::json& json, BundleInfo& info); ///< throws ModelError
 
 } // namespace halvo

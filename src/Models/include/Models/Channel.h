@@ -11,28 +11,30 @@
 namespace halvo {
 
 /// A name that cannot be a release channel.
-class ChannelError : public Failure {
-public:
+struct ChannelCases {
     struct TooLong {
         std::size_t max = 0;
+        std::string description() const {
+            return "Channel name must be at most " + std::to_string(max) + " characters.";
+        }
         bool operator==(const TooLong&) const = default;
     };
     struct Reserved {
         std::string name;
+        std::string description() const {
+            return "Channel name '" + name + "' is reserved and cannot be used.";
+        }
         bool operator==(const Reserved&) const = default;
     };
     struct InvalidFormat {
+        std::string description() const {
+            return "Channel name must be lowercase alphanumeric with internal hyphens (e.g. beta, nightly-build).";
+        }
         bool operator==(const InvalidFormat&) const = default;
     };
     using Case = std::variant<TooLong, Reserved, InvalidFormat>;
-
-    explicit ChannelError(Case problem) : Failure(describe(problem)), which(std::move(problem)) {}
-
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using ChannelError = FailureOf<ChannelCases>;
 
 /// The rules of a channel's name. The default channel has none.
 struct Channel {

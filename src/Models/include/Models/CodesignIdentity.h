@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace halvo {
 
 /// A certificate with its private key that codesign can sign with. Its hash identifies it.
@@ -16,10 +14,13 @@ struct CodesignIdentity {
     /// Whether what it signs may be distributed outside of the store.
     bool isDeveloperID() const { return name.starts_with("Developer ID Application:"); }
 
+    static void fields(auto& identity, auto&& field) {
+        field("hash", identity.hash);
+        field("name", identity.name);
+        field("teamID", identity.teamID);
+    }
+
     bool operator==(const CodesignIdentity&) const = default;
 };
-
-void to_json(nlohmann::json& json, const CodesignIdentity& identity);
-void from_json(const nlohmann::json& json, CodesignIdentity& identity); ///< throws ModelError
 
 } // namespace halvo

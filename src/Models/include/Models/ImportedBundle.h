@@ -32,13 +32,21 @@ struct ImportedBundle {
 
     std::variant<App, ArchivedApp, DMG, ZIP> value{};
 
-    const BundleInfo& bundleInfo() const;
+    static constexpr const char* caseNames[] = {"app", "archivedApp", "dmg", "zip"};
+    static void caseFields(auto& imported, auto&& field) {
+        field("_0", imported.info);
+        if constexpr (requires { imported.archiveURL; })
+            field("archiveURL", imported.archiveURL);
+        else if constexpr (requires { imported.sourceURL; })
+            field("sourceURL", imported.sourceURL);
+    }
+
+    const BundleInfo& bundleInfo() const {
+        return std::visit([](const auto& imported) -> const BundleInfo& { return imported.info; }, value);
+    }
     const std::string& id() const { return bundleInfo().identifier; }
 
     bool operator==(const ImportedBundle&) const = default;
 };
-
-void to_json(nlohmann::json& json, const ImportedBundle& bundle);
-void from_json(const nlohmann::json& json, ImportedBundle& bundle); ///< throws ModelError
 
 } // namespace halvo

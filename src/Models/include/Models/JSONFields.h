@@ -8,20 +8,46 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
-/// How records become JSON objects and back, field by field. For the .cpp files of records only: this header
-/// brings the whole JSON library.
+/// How records become JSON and back. For .cpp files only: this header brings the whole JSON library.
+///
+/// A record lists each of its keys once, for both directions, in a function that needs nothing of this
+/// header:
+///
+///     static void fields(auto& release, auto&& field) {
+///         field("id", release.id);
+///         field("dmgEnabled", release.dmgEnabled, true); // what the absence of the key stands for
+///     }
+///
+/// A tagged record, whose `value` is a variant, is an object with one key, the name of its case, over an
+/// object with the payload: `{"zip":{"_0":{...},"sourceURL":"..."}}`. It lists the names in `caseNames`, in
+/// the order of the variant, and the fields of a case in `caseFields`.
 ///
 /// URLs are their absolute strings, UUIDs upper-case strings, bytes base64. An absent optional has no key;
 /// when reading, a null counts as absent.
 namespace halvo {
 
-/// Records on disk hold a date as seconds since 2001-01-01 UTC, those of the service as ISO 8601 text.
+/// A document on disk holds dates as seconds since 2001-01-01 UTC, one of the service as ISO 8601 text.
 enum class DateForm { referenceSeconds, iso8601 };
+
+class FieldReader;
+class FieldWriter;
+
+template<typename Type>
+concept Record = requires(Type& record, FieldReader& reader) {
+    Type::fields(record, reader);
+};
+template<typename Type>
+concept TaggedRecord = requires {
+    Type::caseNames;
+};
 
 // Single values. Reading is strict: 1 is no bool, 1.0 and "1" are no integers, and so is a number beyond 64
 // bits. Each throws ModelError.
@@ -41,18 +67,11 @@ nlohmann::json writeJSON(const UUID& value, DateForm dates);
 nlohmann::json writeJSON(const Bytes& value, DateForm dates);
 nlohmann::json writeJSON(Date value, DateForm dates);
 
-/// A record, by its own from_json, which also decides how its dates read.
-template<typename Record>
-void readJSON(const nlohmann::json& json, Record& value, DateForm) {
-    from_json(json, value);
-}
-
-template<typename Record>
-nlohmann::json writeJSON(const Record& value, DateForm) {
-    nlohmann::json json;
-    to_json(json, value);
-    return json;
-}
+/// A record, a tagged record, or anything else that has a to_json and a from_json of its own.
+template<typename Type>
+void readJSON(const nlohmann::json& json, Type& value, DateForm dates);
+template<typename Type>
+nlohmann::json writeJSON(const Type& value, DateForm dates);
 
 template<typename Element>
 void readJSON(const nlohmann::json& json, std::vector<Element>& values, DateForm dates) {
@@ -78,15 +97,15 @@ nlohmann::json writeJSON(const std::vector<Element>& values, DateForm dates) {
 
 /// Whole documents: `decodeJSON<std::vector<LocalApp>>(json)`. Throws ModelError.
 template<typename Value>
-Value decodeJSON(const nlohmann::json& json) {
+Value decodeJSON(const nlohmann::json& json, DateForm dates = DateForm::referenceSeconds) {
     Value value{};
-    readJSON(json, value, DateForm::referenceSeconds);
+    readJSON(json, value, dates);
     return value;
 }
 
 template<typename Value>
-nlohmann::json encodeJSON(const Value& value) {
-    return writeJSON(value, DateForm::referenceSeconds);
+nlohmann::json encodeJSON(const Value& value, DateForm dates = DateForm::referenceSeconds) {
+    return writeJSON(value, dates);
 }
 
 /// Reads the fields of one object. Keys that nobody asks for are passed over. Every reader throws a
@@ -116,13 +135,21 @@ public:
             value.reset();
     }
 
-    /// A field whose absence stands for `fallback`.
+    // The fields of a record.
     template<typename Value>
-    void optional(const std::string& key, Value& value, const Value& fallback) const {
+    void operator()(const char* key, Value& value) const {
+        required(key, value);
+    }
+    template<typename Value>
+    void operator()(const char* key, std::optional<Value>& value) const {
+        optional(key, value);
+    }
+    template<typename Value>
+    void operator()(const char* key, Value& value, const Value& whenAbsent) const {
         if (find(key) != nullptr)
             required(key, value);
         else
-            value = fallback;
+            value = whenAbsent;
     }
 
 private:
@@ -142,10 +169,19 @@ public:
         object[key] = writeJSON(value, dates);
         return *this;
     }
-
     template<typename Value>
     FieldWriter& field(const std::string& key, const std::optional<Value>& value) {
         return value ? field(key, *value) : *this;
+    }
+
+    // The fields of a record.
+    template<typename Value>
+    void operator()(const char* key, const Value& value) {
+        field(key, value);
+    }
+    template<typename Value>
+    void operator()(const char* key, const Value& value, const Value& /*whenAbsent*/) {
+        field(key, value);
     }
 
 private:
@@ -153,38 +189,45 @@ private:
     DateForm dates;
 };
 
-/// A tagged record is an object with one key, the name of its case, over an object with the payload:
-/// `{"zip":{"_0":{...},"sourceURL":"..."}}`.
-class TaggedReader {
-public:
-    /// Borrows the object. Throws ModelError unless it has exactly one key.
-    explicit TaggedReader(const nlohmann::json& json);
+/// Finds the one key of a tagged record's object. Throws ModelError unless there is exactly one and it stands
+/// in `names`, whose position it gives.
+std::size_t caseIndex(const nlohmann::json& json, std::span<const char* const> names);
 
-    const std::string& name() const { return caseName; }
-
-    template<typename Value>
-    void required(const std::string& key, Value& value) const {
+template<typename Type>
+void readJSON(const nlohmann::json& json, Type& value, DateForm dates) {
+    if constexpr (Record<Type>) {
+        Type::fields(value, FieldReader(json, dates));
+    } else if constexpr (TaggedRecord<Type>) {
+        const std::size_t index = caseIndex(json, Type::caseNames);
+        const auto readCase = [&]<std::size_t candidate>() {
+            if (candidate == index)
+                Type::caseFields(value.value.template emplace<candidate>(), FieldReader(json.front(), dates));
+        };
         try {
-            FieldReader(payload).required(key, value);
+            [&]<std::size_t... candidates>(std::index_sequence<candidates...>) {
+                (readCase.template operator()<candidates>(), ...);
+            }
+            (std::make_index_sequence<std::size(Type::caseNames)>());
         } catch (const ModelError& error) {
-            throw error.insideKey(caseName);
+            throw error.insideKey(Type::caseNames[index]);
         }
+    } else {
+        from_json(json, value);
     }
+}
 
-    /// The error for a name that is none of the record's cases; `known` reads like "local or server".
-    ModelError unknownCase(const std::string& known) const;
-
-private:
-    explicit TaggedReader(const nlohmann::json::const_iterator& entry);
-
-    const std::string& caseName;
-    const nlohmann::json& payload;
-};
-
-/// The fields of a tagged record's payload, to write to.
-FieldWriter writeTagged(nlohmann::json& json, const std::string& caseName);
-
-/// The key of a payload that has no name of its own.
-inline constexpr const char* unnamedPayload = "_0";
+template<typename Type>
+nlohmann::json writeJSON(const Type& value, DateForm dates) {
+    nlohmann::json json;
+    if constexpr (Record<Type>) {
+        Type::fields(value, FieldWriter(json, dates));
+    } else if constexpr (TaggedRecord<Type>) {
+        FieldWriter fields(json[Type::caseNames[value.value.index()]], dates);
+        std::visit([&](const auto& payload) { Type::caseFields(payload, fields); }, value.value);
+    } else {
+        to_json(json, value);
+    }
+    return json;
+}
 
 } // namespace halvo

@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace halvo {
 
 /// One published, or drafted, version of an app.
@@ -33,6 +31,23 @@ struct Release {
     bool isBeta() const { return channel == "beta"; }
     std::string versionDescription() const; ///< "2.1.0 (42)"
 
+    static void fields(auto& release, auto&& field) {
+        field("id", release.id);
+        field("title", release.title);
+        field("bundleVersion", release.bundleVersion);
+        field("bundleVersionString", release.bundleVersionString);
+        field("releaseNotes", release.releaseNotes);
+        field("minimumSystemVersion", release.minimumSystemVersion);
+        field("fileSize", release.fileSize);
+        field("downloadURL", release.downloadURL);
+        field("channel", release.channel);
+        field("isPhasedRollout", release.isPhasedRollout);
+        field("isCritical", release.isCritical);
+        field("isPublished", release.isPublished);
+        field("createdAt", release.createdAt);
+        field("updatedAt", release.updatedAt);
+    }
+
     bool operator==(const Release&) const = default;
 };
 
@@ -42,10 +57,6 @@ std::vector<Release> sortedByBundleVersion(std::vector<Release> releases);
 /// One more than the highest build number, drafts and every channel counted; 1 when there is none. Throws
 /// Failure when no integer is left.
 std::int64_t nextBundleVersion(const std::vector<Release>& releases);
-
-/// On disk: dates are seconds since 2001.
-void to_json(nlohmann::json& json, const Release& release);
-void from_json(const nlohmann::json& json, Release& release); ///< throws ModelError
 
 /// What an edit of a published release sets. What is absent stays as it is.
 struct ReleaseChanges {

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <variant>
 
+#include <nlohmann/json_fwd.hpp>
+
 namespace halvo {
 
 /// How far a release is.

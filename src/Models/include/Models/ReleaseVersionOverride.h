@@ -13,8 +13,7 @@ namespace halvo {
 struct BundleInfo;
 
 /// A build that does not carry the versions that were asked for.
-class ReleaseVersionOverrideError : public Failure {
-public:
+struct ReleaseVersionOverrideCases {
     struct Mismatch {
         std::string requested;
         std::string actual;
@@ -22,20 +21,13 @@ public:
     };
     /// The project did not take over the build settings; a value that it did take over is absent.
     struct Ignored {
-        std::optional<Mismatch> buildNumber;
-        std::optional<Mismatch> marketingVersion;
-        bool operator==(const Ignored&) const = default;
+        std::optional<Mismatch> buildNumber{};
+        std::optional<Mismatch> marketingVersion{};
+        std::string description() const;
     };
     using Case = std::variant<Ignored>;
-
-    explicit ReleaseVersionOverrideError(Case problem)
-        : Failure(describe(problem)), which(std::move(problem)) {}
-
-    Case which;
-
-private:
-    static std::string describe(const Case& which);
 };
+using ReleaseVersionOverrideError = FailureOf<ReleaseVersionOverrideCases>;
 
 /// Versions to build with, in place of those that the project has.
 struct ReleaseVersionOverride {

@@ -7,8 +7,6 @@
 #include <string_view>
 #include <variant>
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace halvo {
 
 /// A bucket, and where the world reads it.
@@ -31,6 +29,15 @@ struct S3Configuration {
     URL appcastURL() const { return downloadURL(appcastPath); }
     bool isValid() const { return !bucket.empty(); }
 
+    static void fields(auto& configuration, auto&& field) {
+        field("bucket", configuration.bucket);
+        field("region", configuration.region);
+        field("endpoint", configuration.endpoint);
+        field("pathPrefix", configuration.pathPrefix);
+        field("publicBaseURL", configuration.publicBaseURL);
+        field("appcastPath", configuration.appcastPath);
+    }
+
     bool operator==(const S3Configuration&) const = default;
 };
 
@@ -48,6 +55,9 @@ struct StorageConfiguration {
     const URL& publicBaseURL() const { return s3().publicBaseURL; }
     bool isValid() const { return s3().isValid(); }
 
+    static constexpr const char* caseNames[] = {"s3"};
+    static void caseFields(auto& storage, auto&& field) { field("_0", storage); }
+
     bool operator==(const StorageConfiguration&) const = default;
 };
 
@@ -56,14 +66,12 @@ struct S3Credentials {
     std::string accessKeyID{};
     std::string secretAccessKey{};
 
+    static void fields(auto& credentials, auto&& field) {
+        field("accessKeyID", credentials.accessKeyID);
+        field("secretAccessKey", credentials.secretAccessKey);
+    }
+
     bool operator==(const S3Credentials&) const = default;
 };
-
-void to_json(nlohmann::json& json, const S3Configuration& configuration);
-void from_json(const nlohmann::json& json, S3Configuration& configuration); ///< throws ModelError
-void to_json(nlohmann::json& json, const StorageConfiguration& configuration);
-void from_json(const nlohmann::json& json, StorageConfiguration& configuration); ///< throws ModelError
-void to_json(nlohmann::json& json, const S3Credentials& credentials);
-void from_json(const nlohmann::json& json, S3Credentials& credentials); ///< throws ModelError
 
 } // namespace halvo

@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace halvo {
 
 /// An account of the hosted service.
@@ -14,10 +12,13 @@ struct User {
     std::string name{};
     std::string email{};
 
+    static void fields(auto& user, auto&& field) {
+        field("id", user.id);
+        field("name", user.name);
+        field("email", user.email);
+    }
+
     bool operator==(const User&) const = default;
 };
-
-void to_json(nlohmann::json& json, const User& user);
-void from_json(const nlohmann::json& json, User& user); ///< throws ModelError
 
 } // namespace halvo

@@ -24,12 +24,16 @@ struct XcodeBuildConfiguration {
     /// Whether there is a scheme, and a project that exists right now.
     bool isValid() const;
 
+    static void fields(auto& configuration, auto&& field) {
+        field("projectPath", configuration.projectPath);
+        field("projectType", configuration.projectType);
+        field("scheme", configuration.scheme);
+    }
+
     bool operator==(const XcodeBuildConfiguration&) const = default;
 };
 
 void to_json(nlohmann::json& json, ProjectType type);
 void from_json(const nlohmann::json& json, ProjectType& type); ///< throws ModelError
-void to_json(nlohmann::json& json, const XcodeBuildConfiguration& configuration);
-void from_json(const nlohmann::json& json, XcodeBuildConfiguration& configuration); ///< throws ModelError
 
 } // namespace halvo

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "Commands/Commands.h"
+
+#include <Base/Text.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -93,5 +97,11 @@ std::string configWordList(const std::string& title) {
         lines += "\n  " + std::string(word) + std::string(25 - word.size(), ' ') + std::string(help);
     return lines;
 }
+
+/// A secret as outputs have it: enough to tell two apart, and of no use to anybody else. Four bullets and, of
+/// a long one, the last four characters; nothing for an empty or absent one.
+std::string masked(const std::optional<std::string>& secret);
+
+std::unique_ptr<Command> makeConfigSetCommand();
 
 } // namespace halvo

@@ -9,4 +9,8 @@ namespace halvo {
 /// control characters, without leading dots. "App" when nothing is left.
 std::string artifactName(std::string_view name);
 
+/// The media type of an uploaded file by its extension, in any case of letters; "application/octet-stream"
+/// for one that is not known.
+std::string contentType(std::string_view fileExtension);
+
 } // namespace halvo

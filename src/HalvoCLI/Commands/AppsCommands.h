@@ -3,14 +3,16 @@
 #include "CommandLine/Command.h"
 
 #include <Models/App.h>
+#include <Terminal/Table.h>
 
-#include <memory>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace halvo {
 
-std::unique_ptr<Command> makeAppsDeleteCommand();
+/// A row for each app of either kind, by name. The bundle identifier, which is typed, is never cut.
+Table appTable(std::vector<App> apps);
 
 /// What `apps delete` is about to delete.
 struct AppTarget {

@@ -1,9 +1,9 @@
-#include "Commands/Config/ConfigCommands.h"
-#include "Commands/Config/MaskedSecret.h"
+#include "Commands/ConfigFields.h"
 #include "DependencyContainer.h"
 #include "Output/FailureReport.h"
 #include "Services.h"
 
+#include <Base/Unicode.h>
 #include <HalvoAPI/ServerURL.h>
 #include <HalvoCore/ServerAppRepository.h>
 
@@ -120,8 +120,64 @@ private:
     std::optional<ConfigSection> section{};
 };
 
+class ConfigClearReleaseCommand final : public Command {
+public:
+    std::string_view name() const override { return "release"; }
+    std::string_view abstract() const override { return "Clear release configuration for an app"; }
+    void declare(CommandArguments& arguments) override {
+        arguments.requiredOption("-b,--bundle-id", bundleId, bundleIdHelp);
+    }
+
+    void run(Services& services) override {
+        const auto terminal = services.makeTerminal();
+        UserDefaultsStorageController storage(services.platform.userDefaults);
+        endingOnFailure(*terminal, ExitCode::failure, [&] {
+            withFailurePrefix("Failed to clear: ",
+                              [&] { storage.setReleaseSettings(std::nullopt, bundleId); });
+            terminal->print("Cleared release settings for " + bundleId);
+        });
+    }
+
+private:
+    std::string bundleId{};
+};
+
+class ConfigClearCommand final : public CommandGroup {
+public:
+    ConfigClearCommand() { add(std::make_unique<ConfigClearReleaseCommand>()); }
+    std::string_view name() const override { return "clear"; }
+    std::string_view abstract() const override { return "Clear release configuration for an app"; }
+};
+
+class ConfigCommand final : public CommandGroup {
+public:
+    ConfigCommand() {
+        add(std::make_unique<ConfigShowCommand>(), makeConfigSetCommand(),
+            std::make_unique<ConfigClearCommand>());
+    }
+    std::string_view name() const override { return "config"; }
+    std::string_view abstract() const override { return "Manage per-app configuration"; }
+    std::string_view discussion() const override {
+        return "Configure release and S3 storage settings for your apps.\n"
+               "All settings are stored per-app using the bundle identifier.\n"
+               "\n"
+               "  halvo config show -b com.example.App\n"
+               "  halvo config set release keychain-profile \"profile\" -b com.example.App\n"
+               "  halvo config set s3 region eu-central-1 -b com.example.App\n"
+               "  halvo config clear release -b com.example.App";
+    }
+};
+
 } // namespace
 
-std::unique_ptr<Command> makeConfigShowCommand() { return std::make_unique<ConfigShowCommand>(); }
+std::string masked(const std::optional<std::string>& secret) {
+    constexpr std::size_t shown = 4;
+    if (!secret || secret->empty())
+        return {};
+    const bool isLong = secret->size() >= 4 * shown && displayWidth(*secret) == secret->size();
+    return "\u2022\u2022\u2022\u2022" + (isLong ? secret->substr(secret->size() - shown) : std::string());
+}
+
+std::unique_ptr<Command> makeConfigCommand() { return std::make_unique<ConfigCommand>(); }
 
 } // namespace halvo
