@@ -21,9 +21,7 @@ struct BundleInfoErrorCases {
         std::string rawValue{};
         std::string description() const {
             return "CFBundleVersion is \"" + rawValue +
-                   "\", but Halvo currently requires an integer build number. Set CURRENT_PROJECT_VERSION to "
-                   "an integer (e.g. 42) and keep your marketing version (e.g. 1.2.3) in "
-                   "CFBundleShortVersionString.";
+                   "\", but Halvo currently requires an integer build number. Set CURRENT_PROJECT_VERSION to an integer (e.g. 42) and keep your marketing version (e.g. 1.2.3) in CFBundleShortVersionString.";
         }
     };
     /// The file is missing, or cannot be read as a dictionary.
