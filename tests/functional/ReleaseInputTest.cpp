@@ -52,7 +52,7 @@ protected:
         const Outcome json = release(arguments, row.changes);
         EXPECT_EQ(json.status, 1);
         EXPECT_EQ(json.output, nlohmann::json({{"code", row.code}, {"message", row.message}}).dump() + "\n");
-        EXPECT_THAT("\n" + json.error, EndsWith("\nError: " + row.message + "\n"));
+        EXPECT_THAT("\n" + json.error, HasSubstr("\nError: " + row.message + "\n")); // advice may follow
 
         const bool deprecated = std::ranges::count(row.arguments, "--beta") != 0;
         for (const Outcome& outcome : {text, json})
@@ -305,12 +305,6 @@ TEST_F(ReleaseFailure, namesAKeychainThatCannotBeRead) {
                        "(OSStatus -36)"});
 }
 
-TEST_F(ReleaseFailure, namesADamagedPropertyList) {
-    folder.write("work/Demo.app/Contents/Info.plist", "<plist>");
-    expectFailure(
-        {"", {"Demo.app"}, {}, "release_failed", "Release failed: Bundle does not contain an Info.plist"});
-}
-
 TEST_F(ReleaseFailure, namesAnArchiveWithoutItsInfo) {
     expectFailure({"",
                    {"Demo.xcarchive"},
@@ -321,9 +315,9 @@ TEST_F(ReleaseFailure, namesAnArchiveWithoutItsInfo) {
 
 TEST_F(ReleaseFailure, saysWhyAnInfoPlistCannotBeRead) {
     folder.write("work/Demo.app/Contents/Info.plist", "<plist>\n<dict>\n");
-    const Outcome outcome = release({"Demo.app", skip});
-    EXPECT_THAT(outcome.output, EndsWith("Release failed: Bundle does not contain an Info.plist\n"));
-    EXPECT_THAT(outcome.error, EndsWith("damaged in line 3: it is cut off.\n"));
+    expectFailure(
+        {"", {"Demo.app"}, {}, "release_failed", "Release failed: Bundle does not contain an Info.plist"});
+    EXPECT_THAT(release({"Demo.app"}).error, EndsWith("damaged in line 3: it is cut off.\n"));
 }
 
 TEST_F(ReleaseFailure, refusesArchivesWithoutAnApp) {

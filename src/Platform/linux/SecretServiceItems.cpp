@@ -297,9 +297,7 @@ public:
 
     std::string message(KeychainStatus status) const override {
         if (status == KeychainStatus::interactionNotAllowed)
-            return "The keyring of this session is locked, or there is none yet, and without a desktop its "
-                   "password cannot be asked for. Unlock it, or set HALVO_KEYCHAIN=file to keep secrets in a "
-                   "file.";
+            return "The keyring of this session is locked, or there is none yet, and without a desktop its password cannot be asked for. Unlock it, or set HALVO_KEYCHAIN=file to keep secrets in a file.";
         return keychainMessage(status);
     }
 

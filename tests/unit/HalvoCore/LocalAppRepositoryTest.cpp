@@ -124,7 +124,7 @@ TEST_F(LocalAppRepositoryTest, keepsTheListUnderOneKeyAndNeverItsReleases) {
 
 TEST_F(LocalAppRepositoryTest, carriesAlongWhatItCannotRead) {
     const json strange = {{"name", "Demo"}};
-    for (const json& stored : {strange, json::array_t{strange}, json("x")}) {
+    for (const json& stored : {strange, json::array({strange}), json("x")}) {
         SCOPED_TRACE(stored.dump());
         storage.set(stored, "localApps");
         EXPECT_TRUE(repository.list().empty());
@@ -133,7 +133,7 @@ TEST_F(LocalAppRepositoryTest, carriesAlongWhatItCannotRead) {
         repository.update(demo);
         EXPECT_EQ(names(repository.listStored()), std::vector<std::string>{"Renamed"});
         repository.remove(demo);
-        EXPECT_EQ(storage.get("localApps"), stored.is_array() ? stored : json(json::array_t{stored}));
+        EXPECT_EQ(storage.get("localApps"), stored.is_array() ? stored : json::array({stored}));
     }
 }
 

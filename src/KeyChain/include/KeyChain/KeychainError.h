@@ -55,8 +55,7 @@ struct KeychainErrorCases {
         std::string description() const {
             if (!cause.empty())
                 return cause;
-            return "macOS can't show the keychain prompt right now. Unlock your Mac and try again from a "
-                   "logged-in desktop session.";
+            return "macOS can't show the keychain prompt right now. Unlock your Mac and try again from a logged-in desktop session.";
         }
     };
     struct UnableToDecodeData {
