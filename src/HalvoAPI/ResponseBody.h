@@ -6,7 +6,7 @@
 
 namespace halvo {
 
-/// The JSON of an answer's body. What is no JSON is a discarded value, which no record accepts. What is
+/// The JSON of an answer's body. What is not JSON is a discarded value, which no record accepts. What is
 /// nested deeper than any record is left out, so that a hostile body costs no more memory than an honest one.
 inline nlohmann::json parseBody(ByteView body) {
     constexpr int deepest = 32;

@@ -1,6 +1,5 @@
 #include "ScriptedService.h"
 
-#include <Support/CaseName.h>
 #include <Support/TemporaryFolder.h>
 #include <Support/Thrown.h>
 
@@ -20,119 +19,74 @@ using test::ServerReply;
 using testing::HasSubstr;
 using testing::Not;
 
-struct StatusCase {
-    const char* name;
-    ServerReply reply;
-    APIError::Case expected;
-    const char* text;
-};
-
-class Statuses : public testing::TestWithParam<StatusCase> {};
-
-TEST_P(Statuses, becomeErrors) {
-    ScriptedService service({GetParam().reply});
-    try {
-        service.client.getUser();
-        FAIL();
-    } catch (const APIError& error) {
-        EXPECT_EQ(error.which, GetParam().expected);
-        EXPECT_EQ(error.description(), GetParam().text);
+TEST(APIClient, makesErrorsOfStatuses) {
+    const std::string undecodable = "There was an error when decoding the response.";
+    const struct {
+        ServerReply reply;
+        APIError::Case expected;
+        std::string text;
+    } cases[] = {
+        {{400, R"({"message":"m"})"}, APIError::BadRequest{"m"}, "m"},
+        {{400}, APIError::BadRequest{"An unknown error occurred."}, "An unknown error occurred."},
+        {{401}, APIError::Unauthorized{"You are not authenticated."}, "You are not authenticated."},
+        {{402, R"({"message":"m"})"}, APIError::PaymentRequired{"m"}, "m"},
+        {{403, "<html>"},
+         APIError::Forbidden{"You have no permission to access this resource."},
+         "You have no permission to access this resource."},
+        {{404, R"({"message":7})"}, APIError::NotFound{"Resource not found."}, "Resource not found."},
+        {{405},
+         APIError::ClientError{405, "An unknown client error occurred."},
+         "An unknown client error occurred. (405)"},
+        {{499, R"({"message":"x"})"}, APIError::ClientError{499, "x"}, "x (499)"},
+        {{503, R"({"message":"x"})"},
+         APIError::ServerError{503},
+         "A server error with the code 503 occurred."},
+        {{204}, APIError::DecodingError{}, undecodable},
+        {{200, R"({"id":"6D1A9F1C-3B7E-)"}, APIError::DecodingError{}, undecodable},
+        {{200, R"({"id":"6D1A9F1C-3B7E-5A2D-9C4F-8E0A1B2C3D4E","name":"n"})"},
+         APIError::DecodingError{},
+         undecodable},
+        {{200, std::string(100'000, '[')}, APIError::DecodingError{}, undecodable},
+        {{.body = "SSH-2.0-x\r\n", .behaviour = Behaviour::raw},
+         APIError::NoResponse{},
+         "The server did not respond."},
+    };
+    for (const auto& row : cases) {
+        ScriptedService service({row.reply});
+        try {
+            service.client.getUser();
+            ADD_FAILURE() << row.text;
+        } catch (const APIError& error) {
+            EXPECT_EQ(error.which, row.expected);
+            EXPECT_EQ(error.description(), row.text);
+        }
+        EXPECT_EQ(service.server.requests().size(), 1U); // nothing is tried again
     }
-    EXPECT_EQ(service.server.requests().size(), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    APIClient, Statuses,
-    testing::Values(
-        StatusCase{"badRequest", {400, R"({"message":"m"})"}, APIError::BadRequest{"m"}, "m"},
-        StatusCase{"badRequestBare",
-                   {400},
-                   APIError::BadRequest{"An unknown error occurred."},
-                   "An unknown error occurred."},
-        StatusCase{"unauthorizedBare",
-                   {401},
-                   APIError::Unauthorized{"You are not authenticated."},
-                   "You are not authenticated."},
-        StatusCase{"paymentRequired", {402, R"({"message":"m"})"}, APIError::PaymentRequired{"m"}, "m"},
-        StatusCase{"forbiddenPage",
-                   {403, "<html>"},
-                   APIError::Forbidden{"You have no permission to access this resource."},
-                   "You have no permission to access this resource."},
-        StatusCase{"notFoundOtherRecord",
-                   {404, R"({"message":7})"},
-                   APIError::NotFound{"Resource not found."},
-                   "Resource not found."},
-        StatusCase{"firstOfTheOthers",
-                   {405},
-                   APIError::ClientError{405, "An unknown client error occurred."},
-                   "An unknown client error occurred. (405)"},
-        StatusCase{"unprocessable", {422, R"({"message":"x"})"}, APIError::ClientError{422, "x"}, "x (422)"},
-        StatusCase{
-            "lastOfTheOthers", {499, R"({"message":"x"})"}, APIError::ClientError{499, "x"}, "x (499)"},
-        StatusCase{"serverErrorWithMessage",
-                   {503, R"({"message":"x"})"},
-                   APIError::ServerError{503},
-                   "A server error with the code 503 occurred."},
-        StatusCase{"emptySuccess",
-                   {204},
-                   APIError::DecodingError{},
-                   "There was an error when decoding the response."},
-        StatusCase{"cutJSON",
-                   {200, R"({"id":"6D1A9F1C-3B7E-)"},
-                   APIError::DecodingError{},
-                   "There was an error when decoding the response."},
-        StatusCase{"fieldMissing",
-                   {200, R"({"id":"6D1A9F1C-3B7E-5A2D-9C4F-8E0A1B2C3D4E","name":"n"})"},
-                   APIError::DecodingError{},
-                   "There was an error when decoding the response."},
-        StatusCase{"deepNesting",
-                   {200, std::string(100'000, '[')},
-                   APIError::DecodingError{},
-                   "There was an error when decoding the response."},
-        StatusCase{"notHTTP",
-                   {.body = "SSH-2.0-x\r\n", .behaviour = Behaviour::raw},
-                   APIError::NoResponse{},
-                   "The server did not respond."}),
-    test::CaseName());
-
-struct FaultCase {
-    const char* name;
-    ServerReply reply;
-    HTTPError::Kind kind;
-};
-
-class TransferFaults : public testing::TestWithParam<FaultCase> {};
-
-TEST_P(TransferFaults, passThroughUnchanged) {
-    ScriptedService service({GetParam().reply}, {.request = 10s, .binaryUpload = 300ms});
+TEST(APIClient, passesFailuresOfTheTransferOn) {
+    using enum HTTPError::Kind;
+    const std::pair<ServerReply, HTTPError::Kind> cases[] = {
+        {{.behaviour = Behaviour::silence}, timedOut},
+        {{.behaviour = Behaviour::cutInUpload, .readBeforeAnswer = 100'000}, connectionLost},
+        {{.body = R"({"id":"6D1A"})", .behaviour = Behaviour::cutInBody}, connectionLost},
+    };
     test::TemporaryFolder folder;
     const auto file = folder.write("Demo.dmg", std::string(8'000'000, 'x'));
-    try {
-        service.client.uploadBinary(file, UUID());
-        FAIL();
-    } catch (const HTTPError& error) {
-        EXPECT_EQ(error.kind, GetParam().kind);
-        EXPECT_THAT(error.description(), Not(HasSubstr("hunter2")));
+    for (const auto& [reply, kind] : cases) {
+        ScriptedService service({reply}, {.request = 10s, .binaryUpload = 300ms});
+        try {
+            service.client.uploadBinary(file, UUID());
+            ADD_FAILURE();
+        } catch (const HTTPError& error) {
+            EXPECT_EQ(error.kind, kind);
+            EXPECT_THAT(error.description(), Not(HasSubstr("hunter2")));
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    APIClient, TransferFaults,
-    testing::Values(FaultCase{"slowAnswer", {.behaviour = Behaviour::silence}, HTTPError::Kind::timedOut},
-                    FaultCase{"cutBeforeAnswer",
-                              {.behaviour = Behaviour::cutBeforeAnswer},
-                              HTTPError::Kind::connectionLost},
-                    FaultCase{"resetInUpload",
-                              {.behaviour = Behaviour::cutInUpload, .readBeforeAnswer = 100'000},
-                              HTTPError::Kind::connectionLost},
-                    FaultCase{"answerCutShort",
-                              {.body = R"({"id":"6D1A"})", .behaviour = Behaviour::cutInBody},
-                              HTTPError::Kind::connectionLost}),
-    test::CaseName());
-
 TEST(APIClient, givesBinariesMoreTimeThanOtherRequests) {
-    const ServerReply silent{.behaviour = Behaviour::silence};
-    ScriptedService service({silent}, {.request = 50ms, .binaryUpload = 10s});
+    ScriptedService service({{.behaviour = Behaviour::silence}}, {.request = 50ms, .binaryUpload = 10s});
     EXPECT_THROW(service.client.getUser(), HTTPError);
     EXPECT_EQ(APITimeLimits().request, 60s);
     EXPECT_EQ(APITimeLimits().binaryUpload, 600s);

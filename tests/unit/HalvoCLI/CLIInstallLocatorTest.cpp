@@ -1,7 +1,5 @@
 #include "CLIInstallLocator.h"
 
-#include <Support/CaseName.h>
-
 #include <map>
 
 #include <gtest/gtest.h>
@@ -25,63 +23,48 @@ private:
     std::map<std::filesystem::path, std::filesystem::path> executables;
 };
 
-struct LocatorCase {
-    const char* name;
-    std::vector<std::string> path;
-    std::optional<std::string> miseDataDir;
-    std::map<std::filesystem::path, std::filesystem::path> executables;
-    std::vector<std::string> found;
-};
-
-class CLIInstallLocatorTest : public testing::TestWithParam<LocatorCase> {};
-
-TEST_P(CLIInstallLocatorTest, findsEachExecutableOnce) {
-    const auto& [name, path, miseDataDir, executables, expected] = GetParam();
-    std::vector<std::string> found;
-    for (const FoundCLI& entry :
-         CLIInstallLocator::findAll({path, "/home/ann", miseDataDir}, FakeFileProbe(executables)))
-        found.push_back(entry.path.filePath().string() + " -> " + entry.resolvedPath.filePath().string());
-    EXPECT_EQ(found, expected);
+TEST(CLIInstallLocator, findsEachExecutableOnce) {
+    using Links = std::map<std::filesystem::path, std::filesystem::path>;
+    using Texts = std::vector<std::string>;
+    const std::string own = "/home/ann/.local/bin/halvo";
+    const std::string shim = "/home/ann/.local/share/mise/shims/halvo";
+    const struct {
+        Texts path;
+        std::optional<std::string> miseDataDir;
+        Links executables;
+        Texts found;
+    } cases[] = {
+        {{"/usr/bin", "/bin"}, {}, {}, {}},
+        {{"/b", "/a", "/c"},
+         {},
+         {{"/a/halvo", "/a/halvo"}, {"/b/halvo", "/opt/halvo 2/halvo"}},
+         {"/b/halvo -> /opt/halvo 2/halvo", "/a/halvo -> /a/halvo"}},
+        {{"/a"},
+         {},
+         {{own, "/x/halvo"}, {shim, "/usr/bin/mise"}, {"/a/halvo", "/a/halvo"}},
+         {"/a/halvo -> /a/halvo", own + " -> /x/halvo", shim + " -> /usr/bin/mise"}},
+        {{},
+         "/srv/mise",
+         {{"/srv/mise/shims/halvo", "/usr/bin/mise"}, {shim, "/old/mise"}},
+         {"/srv/mise/shims/halvo -> /usr/bin/mise"}},
+        {{"/a", "/a/", "/b/../a"}, {}, {{"/a/halvo", "/a/halvo"}}, {"/a/halvo -> /a/halvo"}},
+        {{"/bin", "/usr/bin"},
+         {},
+         {{"/bin/halvo", "/usr/bin/halvo"}, {"/usr/bin/halvo", "/usr/bin/halvo"}},
+         {"/bin/halvo -> /usr/bin/halvo"}},
+        {{"", ".", "bin"},
+         {},
+         {{"halvo", "/w/halvo"}, {"bin/halvo", "/w/bin/halvo"}},
+         {}}, // relative ones do not count
+    };
+    for (const auto& row : cases) {
+        Texts found;
+        for (const FoundCLI& entry : CLIInstallLocator::findAll({row.path, "/home/ann", row.miseDataDir},
+                                                                FakeFileProbe(row.executables)))
+            found.push_back(entry.path.filePath().string() + " -> " + entry.resolvedPath.filePath().string());
+        EXPECT_EQ(found, row.found);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Places, CLIInstallLocatorTest,
-    testing::Values(LocatorCase{"nowhere", {"/usr/bin", "/bin"}, {}, {}, {}},
-                    LocatorCase{"inTheOrderOfThePath",
-                                {"/b", "/a", "/c"},
-                                {},
-                                {{"/a/halvo", "/a/halvo"}, {"/b/halvo", "/opt/halvo 2/halvo"}},
-                                {"/b/halvo -> /opt/halvo 2/halvo", "/a/halvo -> /a/halvo"}},
-                    LocatorCase{"pathsBeforeWellKnownPlaces",
-                                {"/a"},
-                                {},
-                                {{"/home/ann/.local/bin/halvo", "/x/halvo"},
-                                 {"/home/ann/.local/share/mise/shims/halvo", "/usr/bin/mise"},
-                                 {"/a/halvo", "/a/halvo"}},
-                                {"/a/halvo -> /a/halvo", "/home/ann/.local/bin/halvo -> /x/halvo",
-                                 "/home/ann/.local/share/mise/shims/halvo -> /usr/bin/mise"}},
-                    LocatorCase{"miseElsewhere",
-                                {},
-                                "/srv/mise",
-                                {{"/srv/mise/shims/halvo", "/usr/bin/mise"},
-                                 {"/home/ann/.local/share/mise/shims/halvo", "/old/mise"}},
-                                {"/srv/mise/shims/halvo -> /usr/bin/mise"}},
-                    LocatorCase{"sameFolderTwice",
-                                {"/a", "/a/", "/b/../a"},
-                                {},
-                                {{"/a/halvo", "/a/halvo"}},
-                                {"/a/halvo -> /a/halvo"}},
-                    LocatorCase{"sameFileThroughTwoLinks",
-                                {"/bin", "/usr/bin"},
-                                {},
-                                {{"/bin/halvo", "/usr/bin/halvo"}, {"/usr/bin/halvo", "/usr/bin/halvo"}},
-                                {"/bin/halvo -> /usr/bin/halvo"}},
-                    LocatorCase{"relativeFoldersDoNotCount",
-                                {"", ".", "bin"},
-                                {},
-                                {{"halvo", "/w/halvo"}, {"bin/halvo", "/w/bin/halvo"}},
-                                {}}),
-    test::CaseName());
 
 } // namespace
 } // namespace halvo

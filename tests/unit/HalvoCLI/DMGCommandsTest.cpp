@@ -1,6 +1,4 @@
-#include "CommandLine/CommandLineParser.h"
-#include "Commands/Commands.h"
-#include "TestServices.h"
+#include "CommandRun.h"
 
 #include <Base/Text.h>
 #include <HalvoCore/StorageController.h>
@@ -37,20 +35,10 @@ protected:
             return ProcessResult{};
         });
     }
-    int run(const Arguments& arguments) {
-        const auto root = makeRootCommand();
-        const ParsedCommandLine parsed = parseCommandLine(*root, "1.0", arguments);
-        try {
-            std::get<ParsedCommandLine::Run>(parsed.outcome).command->run(test.services);
-        } catch (const ExitCode& code) {
-            return code.status;
-        }
-        return ExitCode::success;
-    }
-    int createDMG(const Arguments& options = {}) {
-        Arguments arguments{"create-dmg", app.string(), "--output", image.string()};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        return run(arguments);
+    int run(const Arguments& arguments) { return test::runCommand(test, arguments); }
+    int createDMG(Arguments options = {}) {
+        options.insert(options.begin(), {"create-dmg", app.string(), "--output", image.string()});
+        return run(options);
     }
     /// "codesign", "xcrun": the tools that ran after the image was there.
     std::vector<std::string> finishingTools() const {
@@ -67,13 +55,11 @@ protected:
     fs::path image = test.folder / "out.dmg";
 };
 
-constexpr const char* notSigned = "No codesign identity provided. DMG will not be signed.";
-constexpr const char* notNotarized = "No keychain profile provided. DMG will not be notarized.";
-
 TEST_F(DMGCommands, makesAnImageWithoutSigningIt) {
     EXPECT_EQ(createDMG({"--keychain-profile", "p"}), 0);
-    EXPECT_THAT(test.output->text, HasSubstr(notSigned));
-    EXPECT_THAT(test.output->text, Not(HasSubstr(notNotarized)));
+    EXPECT_THAT(test.output->text, HasSubstr("No codesign identity provided. DMG will not be signed."));
+    EXPECT_THAT(test.output->text,
+                Not(HasSubstr("No keychain profile provided. DMG will not be notarized.")));
     EXPECT_THAT(test.output->text, testing::EndsWith("Output: " + image.string() + "\n"));
     EXPECT_THAT(finishingTools(), IsEmpty()); // no notarization of what is not signed
     EXPECT_TRUE(fs::exists(image));
@@ -113,18 +99,17 @@ TEST_F(DMGCommands, reportsWhatIsNoAppAndWhatIsThere) {
     EXPECT_THAT(test.processes.commands, IsEmpty());
 }
 
-class DMGCommandsAtATerminal : public DMGCommands {
-protected:
+struct DMGCommandsAtATerminal : DMGCommands {
     DMGCommandsAtATerminal() : DMGCommands(test::personsTerminal(), "n") {}
 };
 
-TEST_F(DMGCommandsAtATerminal, offersTheSettingsWhenThePermissionIsMissing) {
+TEST_F(DMGCommandsAtATerminal, offerTheSettingsWhenThePermissionIsMissing) {
     test.processes.reply({"/bin/chmod", "-Rf"},
                          {.termination = {.value = 1}, .standardError = "Operation not permitted"});
     EXPECT_EQ(createDMG(), 1);
-    EXPECT_THAT(test.error->text + test.output->text,
-                testing::AllOf(HasSubstr("Open System Settings → Privacy & Security → App Management?"),
-                               HasSubstr("macOS denied permission while building the DMG")));
+    const std::string told = test.error->text + test.output->text;
+    EXPECT_THAT(told, HasSubstr("Open System Settings → Privacy & Security → App Management?"));
+    EXPECT_THAT(told, HasSubstr("macOS denied permission while building the DMG"));
 }
 
 TEST_F(DMGCommands, writesATemplateOnceAndNeverOverAFile) {

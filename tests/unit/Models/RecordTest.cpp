@@ -1,4 +1,5 @@
 #include <Models/App.h>
+#include <Models/Artifact.h>
 #include <Models/BundleInfo.h>
 #include <Models/Channel.h>
 #include <Models/ReleaseSettings.h>
@@ -6,6 +7,7 @@
 #include <Models/XcodeBuildConfiguration.h>
 
 #include <Support/TemporaryFolder.h>
+#include <Support/Thrown.h>
 
 #include <gtest/gtest.h>
 
@@ -38,6 +40,14 @@ TEST(S3Configuration, putsThePrefixBeforeEveryKey) {
     EXPECT_FALSE(StorageConfiguration().isValid());
 }
 
+TEST(Artifact, hasASafeNameAndAMediaType) {
+    EXPECT_EQ(artifactName("..a/b\n"), "a-b-");
+    EXPECT_EQ(artifactName(".."), "App");
+    EXPECT_EQ(contentType("dmg"), "application/x-apple-diskimage");
+    EXPECT_EQ(contentType("ZIP"), "application/zip");
+    EXPECT_EQ(contentType("exotic"), "application/octet-stream");
+}
+
 TEST(LocalApp, downloadsTheNewestRelease) {
     const Release old{.bundleVersion = 2, .downloadURL = url("https://x/My-2.dmg")};
     const Release newest{.bundleVersion = 10, .downloadURL = url("https://x/My-10.zip?v=3")};
@@ -55,24 +65,20 @@ TEST(ServerApp, downloadsFromTheHostOfItsAppcast) {
     EXPECT_EQ(app.downloadURL().host(), "api.halvo.example");
 }
 
-TEST(Release, sortsByBuildNumberAndKeepsTheOrderOfEquals) {
-    const auto sorted = sortedByBundleVersion({{.title = "a", .bundleVersion = 2},
-                                               {.title = "b", .bundleVersion = 10},
-                                               {.title = "c", .bundleVersion = 2},
-                                               {.title = "d", .bundleVersion = -1}});
+TEST(Release, sortsByBuildNumberAndNumbersTheNextBuild) {
+    const std::vector<Release> releases{{.title = "a", .bundleVersion = 2},
+                                        {.title = "b", .bundleVersion = 10},
+                                        {.title = "c", .bundleVersion = 2},
+                                        {.title = "d", .bundleVersion = -1}};
     std::string order;
-    for (const Release& release : sorted)
+    for (const Release& release : sortedByBundleVersion(releases))
         order += release.title;
-    EXPECT_EQ(order, "bacd");
+    EXPECT_EQ(order, "bacd"); // equal ones keep their order
+    EXPECT_EQ(nextBundleVersion(releases), 11);
+    EXPECT_EQ(nextBundleVersion({}), 1);
+    EXPECT_THROW(nextBundleVersion({{.bundleVersion = INT64_MAX}}), Failure);
     EXPECT_EQ((Release{.bundleVersion = 42, .bundleVersionString = "2.1.0"}.versionDescription()),
               "2.1.0 (42)");
-}
-
-TEST(Release, numbersTheNextBuild) {
-    constexpr auto largest = std::numeric_limits<std::int64_t>::max();
-    EXPECT_EQ(nextBundleVersion({}), 1);
-    EXPECT_EQ(nextBundleVersion({{.bundleVersion = 9}, {.bundleVersion = 41}, {.bundleVersion = 10}}), 42);
-    EXPECT_THROW(nextBundleVersion({{.bundleVersion = largest}}), Failure);
 }
 
 TEST(ReleaseSettings, decideOnNotarizationAndFormat) {
@@ -98,63 +104,40 @@ TEST(Channel, normalisesWhatAPersonTypes) {
 }
 
 TEST(Channel, refusesOtherNames) {
-    const auto failure = [](const std::string& name) -> std::optional<ChannelError::Case> {
-        try {
-            (void)Channel::normalize(name);
-        } catch (const ChannelError& error) {
-            return error.which;
-        }
-        return std::nullopt;
+    const auto failure = [](const std::string& name) {
+        return test::descriptionThrown<ChannelError>([&] { (void)Channel::normalize(name); });
     };
-    for (const char* name : {"Stable", "-beta", "beta-", "-", "beta_1", "be ta", "b\u00e9ta", "beta\n1"})
-        EXPECT_EQ(failure(name), ChannelError::Case(ChannelError::InvalidFormat())) << name;
-    EXPECT_EQ(failure(std::string(51, 'A')), ChannelError::Case(ChannelError::TooLong{50}));
-    EXPECT_EQ(failure("unreleased"), ChannelError::Case(ChannelError::Reserved{"unreleased"}));
+    const std::string format =
+        "Channel name must be lowercase alphanumeric with internal hyphens (e.g. beta, nightly-build).";
     std::string accents;
     for (int count = 0; count < 30; ++count)
         accents += "\u00e9"; // 60 bytes, 30 characters
-    EXPECT_EQ(failure(accents), ChannelError::Case(ChannelError::InvalidFormat()));
+    for (const std::string& name :
+         {std::string("Stable"), std::string("-beta"), std::string("beta-"), std::string("beta_1"),
+          std::string("be ta"), std::string("beta\n1"), accents})
+        EXPECT_EQ(failure(name), format) << name;
+    EXPECT_EQ(failure(std::string(51, 'A')), "Channel name must be at most 50 characters.");
+    EXPECT_EQ(failure("unreleased"), "Channel name 'unreleased' is reserved and cannot be used.");
     EXPECT_THROW(Channel::validate(""), ChannelError);
-    EXPECT_THROW(Channel::validate("beta\n"), ChannelError);
-
-    EXPECT_EQ(ChannelError(ChannelError::TooLong{50}).description(),
-              "Channel name must be at most 50 characters.");
-    EXPECT_EQ(ChannelError(ChannelError::Reserved{"x"}).description(),
-              "Channel name 'x' is reserved and cannot be used.");
-    EXPECT_EQ(
-        ChannelError(ChannelError::InvalidFormat()).description(),
-        "Channel name must be lowercase alphanumeric with internal hyphens (e.g. beta, nightly-build).");
 }
 
-TEST(ReleaseVersionOverride, asksTheBuildForItsVersions) {
+TEST(ReleaseVersionOverride, asksTheBuildForItsVersionsAndReportsEveryMismatch) {
     using Map = std::map<std::string, std::string>;
+    const ReleaseVersionOverride both{.buildNumber = 42, .marketingVersion = "2.1.0"};
     EXPECT_EQ(ReleaseVersionOverride().buildSettings(), Map());
-    EXPECT_TRUE(ReleaseVersionOverride().isEmpty());
-    const ReleaseVersionOverride both{.buildNumber = 42, .marketingVersion = "2.1.0"};
     EXPECT_EQ(both.buildSettings(), (Map{{"CURRENT_PROJECT_VERSION", "42"}, {"MARKETING_VERSION", "2.1.0"}}));
+    EXPECT_TRUE(ReleaseVersionOverride().isEmpty());
     EXPECT_FALSE(both.isEmpty());
-}
-
-TEST(ReleaseVersionOverride, reportsEveryMismatch) {
-    const ReleaseVersionOverride both{.buildNumber = 42, .marketingVersion = "2.1.0"};
-    const auto ignored = [&](const BundleInfo& info) {
-        ReleaseVersionOverrideError::Ignored result;
-        try {
-            both.verify(info);
-        } catch (const ReleaseVersionOverrideError& error) {
-            result = std::get<ReleaseVersionOverrideError::Ignored>(error.which);
-        }
-        return result;
-    };
-    using Mismatch = ReleaseVersionOverrideError::Mismatch;
     EXPECT_NO_THROW(both.verify({.version = 42, .versionString = "2.1.0"}));
     EXPECT_NO_THROW(ReleaseVersionOverride().verify({.version = 1}));
-    const auto twice = ignored({.version = 1, .versionString = "1.0"});
-    EXPECT_EQ(twice.buildNumber, (Mismatch{"42", "1"}));
-    EXPECT_EQ(twice.marketingVersion, (Mismatch{"2.1.0", "1.0"}));
-    const auto once = ignored({.version = 42, .versionString = "1.0"});
-    EXPECT_EQ(once.buildNumber, std::nullopt);
-    EXPECT_EQ(once.marketingVersion, (Mismatch{"2.1.0", "1.0"}));
+    const auto failure = [&](const BundleInfo& info) {
+        return test::descriptionThrown<ReleaseVersionOverrideError>([&] { both.verify(info); });
+    };
+    const std::string start = "The build ignored the requested version.";
+    const std::string marketing = " Marketing version: requested 2.1.0, built 1.0.";
+    EXPECT_EQ(failure({.version = 1, .versionString = "1.0"}),
+              start + " Build number: requested 42, built 1." + marketing);
+    EXPECT_EQ(failure({.version = 42, .versionString = "1.0"}), start + marketing);
 }
 
 TEST(XcodeBuildConfiguration, isValidWhenTheProjectExists) {

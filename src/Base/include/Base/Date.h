@@ -12,7 +12,7 @@ using Date = std::chrono::sys_time<std::chrono::microseconds>;
 
 /// Seconds since 2001-01-01 00:00:00 UTC, the form in which records on disk hold a date.
 double secondsSinceReferenceDate(Date date);
-/// Absent when the number is no moment that a Date can hold.
+/// Absent for a number that a Date cannot hold.
 std::optional<Date> dateFromReferenceSeconds(double seconds);
 
 /// ISO 8601 in UTC with whole seconds: "2026-11-22T09:30:00Z".

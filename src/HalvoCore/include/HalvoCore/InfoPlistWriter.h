@@ -34,7 +34,7 @@ struct PlistWriteCases {
 };
 using PlistWriteError = FailureOf<PlistWriteCases>;
 
-/// Merges values into a property list file.
+/// Merges values into a property list file. For the companion Mac app; no command of `halvo` uses it.
 struct InfoPlistWriter {
     /// Sets each of the values and leaves all other keys as they are. The file becomes XML, is replaced in
     /// one step and keeps its permissions; a link stays, and what it leads to is replaced. Throws

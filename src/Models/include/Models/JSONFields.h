@@ -49,8 +49,8 @@ concept TaggedRecord = requires {
     Type::caseNames;
 };
 
-// Single values. Reading is strict: 1 is no bool, 1.0 and "1" are no integers, and so is a number beyond 64
-// bits. Each throws ModelError.
+// Single values. Reading is strict: 1 is not a bool, and neither 1.0 nor "1" is an integer, nor is a number
+// beyond 64 bits. Each throws ModelError.
 void readJSON(const nlohmann::json& json, bool& value, DateForm dates);
 void readJSON(const nlohmann::json& json, std::int64_t& value, DateForm dates);
 void readJSON(const nlohmann::json& json, std::string& value, DateForm dates);
@@ -112,7 +112,7 @@ nlohmann::json encodeJSON(const Value& value, DateForm dates = DateForm::referen
 /// ModelError that names the key.
 class FieldReader {
 public:
-    /// Borrows the object. Throws ModelError when the value is no object.
+    /// Borrows the object. Throws ModelError when the value is not an object.
     explicit FieldReader(const nlohmann::json& json, DateForm dates = DateForm::referenceSeconds);
 
     template<typename Value>
