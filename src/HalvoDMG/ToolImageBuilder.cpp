@@ -1,12 +1,16 @@
 #include <HalvoDMG/ImageBuilder.h>
 
-#include "FileGrowth.h"
 #include "ImageTools.h"
 
 #include <Base/UUID.h>
 #include <HalvoDMG/DSStoreWriter.h>
 #include <Platform/CopyTree.h>
 #include <Platform/Files.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 namespace halvo {
 namespace {
@@ -45,6 +49,32 @@ private:
     ImageTools tools;
     MountedVolume volume;
     bool mounted = true;
+};
+
+/// Tells the size of a file that a tool writes, some times a second, for as long as the object lives.
+class FileGrowth {
+public:
+    FileGrowth(const fs::path& file, const ImageBuilder::Progress& progress) {
+        if (progress)
+            watcher = std::jthread([=](const std::stop_token& ended) { watch(file, progress, ended); });
+    }
+
+private:
+    static void watch(const fs::path& file, const ImageBuilder::Progress& progress,
+                      const std::stop_token& ended) {
+        constexpr std::chrono::milliseconds interval{200};
+        std::mutex mutex;
+        std::condition_variable_any woken;
+        std::unique_lock lock(mutex);
+        while (!woken.wait_for(lock, ended, interval, [] { return false; }) && !ended.stop_requested()) {
+            std::error_code missing;
+            const std::uintmax_t size = fs::file_size(file, missing);
+            if (!missing)
+                progress(size, 0);
+        }
+    }
+
+    std::jthread watcher;
 };
 
 /// Makes one image.

@@ -101,14 +101,15 @@ TEST_F(DiskImage, satisfiesEveryReader) {
 }
 
 TEST_F(DiskImage, hasNumbersAndDatesThatAreKnownBefore) {
-    write("Demo.app/file", "content");
+    fs::permissions(write("Demo.app/file", "content"), fs::perms(0775)); // only its owner is to write to it
     VolumeContents volume = contents("Demo", Date(std::chrono::seconds(1'500'000'000)));
     const CatalogID number = volume.id("Demo.app/file");
     ASSERT_TRUE(make(volume));
     const std::string first = test::readText(image);
     EXPECT_THAT(output("istat -f hfs \"$1\" \"$2\"; icat -f hfs \"$1\" \"$2\"",
                        {volumeFile().string(), std::to_string(number)}),
-                testing::AllOf(HasSubstr("2017-07-14 02:40:00"), testing::EndsWith("content")));
+                testing::AllOf(HasSubstr("2017-07-14 02:40:00"), HasSubstr("rwxr-xr-x"),
+                               testing::EndsWith("content")));
     // The same again, whenever the files were written.
     fs::remove(image);
     write("Demo.app/file", "content");

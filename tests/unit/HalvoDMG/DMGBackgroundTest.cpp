@@ -90,8 +90,8 @@ INSTANTIATE_TEST_SUITE_P(
                        " is 599x400 px, too small for the 600x400 DMG window. Export it at 1200x800 (@2x, "
                        "recommended) or at least 600x400 px."},
         BackgroundCase{
-            "ratioIsLookedAtFirst", jpeg(500, 400),
-            " is 500x400 px, which doesn't match the 600x400 DMG window. Export it at 1200x800 (@2x, "
+            "ratioIsLookedAtFirst", jpeg(590, 400),
+            " is 590x400 px, which doesn't match the 600x400 DMG window. Export it at 1200x800 (@2x, "
             "recommended) or 600x400. Cropping or letterboxing is a design decision, so Halvo won't do "
             "it for you."}),
     test::CaseName());
