@@ -3,10 +3,7 @@
 #include <Base/PropertyList.h>
 #include <Base/Text.h>
 #include <Support/ScriptedTools.h>
-#include <Support/Shell.h>
 #include <Support/Thrown.h>
-
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -106,21 +103,6 @@ TEST_F(ArchiveExporterTest, namesAFailureAndLeavesTheFolderButNoKey) {
         EXPECT_EQ(description, replacingAll(failure, "FOLDER", folder.string()));
         std::filesystem::remove_all(folder);
     }
-}
-
-TEST_F(ArchiveExporterTest, endsTheWholeGroupAndRemovesItsFilesWhenCancelled) {
-    tools.script("xcodebuild -exportArchive", {R"([{"spawn": 60}, {"out": "ready"}, {"hang": true}])"});
-    std::stop_source source;
-    ArchiveExporter cancellable(tools.runner(), tools.temporaryDirectory(), source.get_token());
-    std::jthread canceller([&] {
-        while (tools.processNumbers().size() < 2)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        source.request_stop();
-    });
-    EXPECT_THROW(cancellable.exportArchive(archive, "T", withKey), CancelledError);
-    for (const pid_t process : tools.processNumbers())
-        EXPECT_TRUE(test::vanishes(process));
-    EXPECT_THAT(tools.leftovers(), IsEmpty());
 }
 
 TEST_F(ArchiveExporterTest, startsNothingForAMissingArchive) {

@@ -4,11 +4,9 @@
 #include <Support/ChildProcess.h>
 #include <Support/FakeClock.h>
 #include <Support/ScriptedTools.h>
-#include <Support/Shell.h>
 #include <Support/Thrown.h>
 
 #include <csignal>
-#include <thread>
 
 #include <unistd.h>
 
@@ -158,20 +156,6 @@ TEST_F(NotarizerTest, outlastsMuchProgress) {
         progress += R"(Upload progress: 50.00% (7 MB of 14 MB)\r)";
     tools.script("notarytool submit", {"[" + progress + "\"}," + submitted("Accepted") + "]"});
     EXPECT_NO_THROW(notarizer.notarize(file, profile));
-}
-
-TEST_F(NotarizerTest, stopsTheToolAndRemovesTheKeyWhenCancelled) {
-    tools.script("notarytool submit", {R"([{"hang": true}])"});
-    std::stop_source source;
-    Notarizer cancellable({tools.runner(), clock}, tools.temporaryDirectory(), source.get_token());
-    std::jthread canceller([&] {
-        test::awaitText(tools / "calls.jsonl");
-        source.request_stop();
-    });
-    EXPECT_THROW(cancellable.notarize(file, apiKey), CancelledError);
-    EXPECT_THAT(tools.leftovers(), IsEmpty());
-    for (const pid_t process : tools.processNumbers())
-        EXPECT_FALSE(test::isAlive(process));
 }
 
 TEST_F(NotarizerTest, startsNothingWithoutItsFiles) {
