@@ -42,7 +42,7 @@ TEST_F(SigningCommands, verifyJudgesWithStatusZero) {
         {"update.zip", "*", own, error + "The signature isn't valid base64."},
         {"update.zip", valid, "*", error + "The public key isn't valid base64."},
         {"update.zip", valid, "AAAA",
-         error + "A key of 3 bytes is no Ed25519 key: a private key has 32 or 96 bytes, a public key 32."},
+         error + "A key of 3 bytes is not an Ed25519 key: a private key has 32 or 96 bytes, a public key 32."},
         {"missing.zip", valid, own, error + "Could not read missing.zip: No such file or directory"},
     };
     for (const auto& row : cases) {

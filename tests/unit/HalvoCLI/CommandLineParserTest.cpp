@@ -135,8 +135,8 @@ TEST(CommandTree, answersHelpAndVersion) {
     EXPECT_EQ(printed({"config", "set", "-h"}), group);
     EXPECT_THAT(group, testing::ContainsRegex("\n  release .*\n  s3 .*\n  app "));
     EXPECT_EQ(
-        printed({"help", "releases", "delete"}),
-        "OVERVIEW: Delete a release\n\nUSAGE: halvo releases delete <id> --bundle-id <bundle-id> [--yes]\n\nARGUMENTS:\n  <id>                    Release ID (UUID)\n\nOPTIONS:\n  -b, --bundle-id <bundle-id>\n                          Bundle identifier of the app\n  --yes                   Skip confirmation prompt\n  -h, --help              Show help information.\n");
+        printed({"help", "apps", "delete"}),
+        "OVERVIEW: Delete an app\n\nUSAGE: halvo apps delete --bundle-id <bundle-id> [--yes]\n\nOPTIONS:\n  -b, --bundle-id <bundle-id>\n                          Bundle identifier of the app\n  --yes                   Skip confirmation prompt\n  -h, --help              Show help information.\n");
 }
 
 TEST(CommandTree, selectsTheDeepestCommand) {
@@ -153,7 +153,7 @@ TEST(CommandTree, saysWhatIsWrongAndHowItGoes) {
         {{"nosuch"},
          "Error: Unknown command 'nosuch'\nUsage: halvo <subcommand>\n  See 'halvo --help' for more information.\n"},
         {{"releases", "delete", "ID"},
-         "Error: Missing expected argument '-b, --bundle-id <bundle-id>'\nUsage: halvo releases delete <id> --bundle-id <bundle-id> [--yes]\n  See 'halvo releases delete --help' for more information.\n"},
+         "Error: Missing expected argument '-b, --bundle-id <bundle-id>'\nUsage: halvo releases delete <id> --bundle-id <bundle-id> [<options>]\n  See 'halvo releases delete --help' for more information.\n"},
     };
     for (const auto& [line, text] : cases) {
         const auto root = makeRootCommand();

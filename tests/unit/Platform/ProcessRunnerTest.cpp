@@ -114,7 +114,7 @@ TEST_F(ProcessRunnerTest, saysThatAToolCannotStart) {
                  {"noProgram", "neither script nor ELF", 0755},
                  {"missingInterpreter", "#!/no/such\n", 0755}};
     const TemporaryFolder folder;
-    std::vector<std::string> programs{"/no/such/tool", "sh"};
+    std::vector<std::string> programs{"/no/such/tool", "no-such-tool-on-the-path"};
     for (const auto& row : cases) {
         programs.push_back(folder.write(row.name, row.content));
         std::filesystem::permissions(programs.back(), static_cast<std::filesystem::perms>(row.mode));

@@ -126,16 +126,20 @@ public:
             }
         } catch (const CancelledError&) {
             context.emit(CLIError("cancelled", "The release was cancelled."));
-            throw ExitCode{ExitCode::failure};
+            endWith(leftovers, services);
         } catch (const std::exception& error) {
             report(error, services, context);
-            for (const std::string& line : leftovers)
-                services.streams.standardError->write(line + "\n");
-            throw ExitCode{ExitCode::failure};
+            endWith(leftovers, services);
         }
     }
 
 private:
+    [[noreturn]] static void endWith(const Warnings& leftovers, const Services& services) {
+        for (const std::string& line : leftovers)
+            services.streams.standardError->write(line + "\n");
+        throw ExitCode{ExitCode::failure};
+    }
+
     static void report(const std::exception& error, const Services& services, const OutputContext& context) {
         CLIError report = reportOf(error);
         report.setAdvice(adviceOf(error));

@@ -139,9 +139,8 @@ void ReleaseController::releaseProject(const URL& project,
     const auto nextBuild = [this](const std::string& bundle) {
         return open({bundle}).publication->nextBuildNumber();
     };
-    if (!options.output) // a place that cannot be reached is found out before the minutes that a build takes
-        if (const auto bundle = build.bundleIdentifier(project))
-            open({*bundle}).publication->reach();
+    if (!options.output)
+        reachBucket(build.bundleIdentifier(project));
     const ReleaseVersionOverride versions = build.resolveOverride(project, nextBuild);
     TemporaryPath archive(build.archive(project, versions.buildSettings(), profile));
     try {
@@ -151,6 +150,14 @@ void ReleaseController::releaseProject(const URL& project,
             leftoverLines.push_back("The archive stays at " + archive.release().string() + ".");
         throw;
     }
+}
+
+/// A bucket that cannot be reached, or whose feed cannot be read, is found out before the minutes that a
+/// build takes.
+void ReleaseController::reachBucket(const std::optional<std::string>& bundle) {
+    if (bundle && (options.publication.bucket.makeConfiguration(platform.environment) ||
+                   services.localApps().fetchStored(*bundle)))
+        open({*bundle}).publication->reach();
 }
 
 void ReleaseController::releaseFrom(const ReleaseInput& input,
@@ -227,6 +234,7 @@ void ReleaseController::buildLocally(const Job& job, const std::filesystem::path
     context.info("Building " + TerminalText::accent(info.name) + "...");
     EmptyFolderGuard guard{directory};
     PreparedBinary prepared = prepare(job, stepLines(context));
+    leftoverLines.clear();
     std::filesystem::path target;
     try {
         target = prepared.deliver(directory, info.name + "-" + info.versionString);
@@ -258,6 +266,7 @@ void ReleaseController::publish(const Job& job) {
     for (const std::string& line : preflight(publication, job))
         warn(line);
     PreparedBinary prepared = prepare(job);
+    leftoverLines.clear();
     const Publication::Uploaded uploaded = upload(publication, prepared, job);
     const std::string place = publication.place();
     context.noora().success("New release of " + TerminalText::accent(info.name) +
@@ -298,7 +307,14 @@ PreparedBinary ReleaseController::prepare(const Job& job, const StepChange& onSt
                 .onStepChange =
                     onStep ? onStep : [&line](ReleaseState::Step step) { line.update(text(step)); },
                 .onProgress = [&line](std::uint64_t done,
-                                      std::uint64_t total) { line.progress(done, total); }};
+                                      std::uint64_t total) { line.progress(done, total); },
+                .notarization = {.onSubmission =
+                                     [this](const std::string& id) {
+                                         leftoverLines = {
+                                             "Apple's notary service goes on with the submission " + id +
+                                             "."};
+                                     },
+                                 .onProgress = [&line](const std::string& told) { line.update(told); }}};
             try {
                 return preparation.prepareBinary(request);
             } catch (const ArchiveExportError& error) {

@@ -42,6 +42,7 @@ private:
     void releaseProject(const URL& project, const std::optional<ResolvedProvisioningProfile>& profile);
     void releaseFrom(const ReleaseInput& input, const std::optional<ResolvedProvisioningProfile>& profile,
                      const ReleaseVersionOverride& versionOverride);
+    void reachBucket(const std::optional<std::string>& bundle);
     ImportedBundle importInput(const ReleaseInput& input);
     /// False when the person decides against a release that is not notarized.
     bool agreesToNotarization(const ImportedBundle& imported, const ReleasePlan& plan);
