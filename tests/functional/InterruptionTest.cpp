@@ -289,6 +289,8 @@ TEST_F(ReleaseWithTools, aCleanUpThatHangsIsGivenUp) {
                  "#!/bin/sh\n[ \"$1\" = attach ] || exit 0\n"
                  "trap '' TERM\necho $$ >\"$SCRIPTED_TOOLS/hdiutil\"\nexec sleep 60\n");
     std::filesystem::permissions(program, std::filesystem::perms(0755));
+    script("mkdir -p \"$1/bin\"; ln -s /bin/true \"$1/bin/chmod\"; ln -s /bin/true \"$1/usr/bin/SetFile\"",
+           {(folder / "root").string()});
     for (const int count : {2, 3}) {
         const auto process = start(releaseArguments(localBuild), variables);
         const pid_t tool = std::stoi(awaitText(tools / "hdiutil")); // it is not ended half-way
