@@ -39,7 +39,7 @@ AppcastItem takeItem(ByteView& bytes) {
     item.releaseNotes = takeText(bytes);
     item.shortVersionString = takeText(bytes);
     item.minimumSystemVersion = takeText(bytes);
-    item.edSignature = takeText(bytes);
+    item.edSignature = "s" + takeText(bytes); // an item without one is not a release
     item.channel = takeText(bytes);
     item.isPublished = item.title.size() % 2 == 0;
     item.isCritical = item.title.size() % 3 == 0;
@@ -51,23 +51,27 @@ std::vector<AppcastItem> others(std::vector<AppcastItem> items) {
     return items;
 }
 
-void roundTrip(const AppcastEditor& editor, ByteView document, const AppcastItem& item,
-               AppcastEditor::Description description) {
+void roundTrip(const AppcastEditor& editor, ByteView document, const AppcastItem& item) {
     const auto before = others(editor.parseItems(document));
-    const std::string edited = editor.upsertItem(item, document, description);
+    const std::string edited = editor.upsertItem(item, document);
+    const FeedContents contents = editor.read(viewBytes(edited));
     const auto items = editor.parseItems(viewBytes(edited));
     require(!items.empty() && items.front().version == 1);
-    require(others(items) == before && items.size() == before.size() + 1);
+    require(others(items) == before && items.size() >= before.size() + 1);
     const AppcastItem& read = items.front();
     require(read.enclosureURL == item.enclosureURL && read.pubDate == item.pubDate);
     require(read.isCritical == item.isCritical);
-    // The texts that came back are what XML can hold of those that went in; written again, they stay.
-    AppcastItem again = read;
-    const std::string rewritten =
-        editor.upsertItem(again, viewBytes(edited), AppcastEditor::Description::asStored);
-    require(editor.parseItems(viewBytes(rewritten)) == items);
-    const std::string removed = editor.deleteItem(1, read.shortVersionString, viewBytes(edited));
-    require(editor.parseItems(viewBytes(removed)) == before);
+    // An edit that sets what is there changes no byte; another one is undone by its opposite, for a reader.
+    const AppcastItemID& id = contents.items.front().id;
+    const ReleaseChanges same{
+        .isPublished = read.isPublished, .isCritical = read.isCritical, .channel = read.channel};
+    require(editor.updateItem(id, same, viewBytes(edited)) == edited);
+    const std::string flipped = editor.updateItem(id, {.isCritical = !read.isCritical}, viewBytes(edited));
+    require(editor.parseItems(viewBytes(flipped)).front().isCritical != read.isCritical);
+    const std::string back = editor.updateItem(id, {.isCritical = read.isCritical}, viewBytes(flipped));
+    require(editor.parseItems(viewBytes(back)) == items);
+    const std::string removed = editor.deleteItem(id, viewBytes(edited));
+    require(others(editor.parseItems(viewBytes(removed))) == before);
 }
 
 } // namespace
@@ -84,7 +88,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(editor.parseItems(viewBytes(made)).size() == 1);
         return 0;
     }
-    roundTrip(editor, document, item, AppcastEditor::Description::fromReleaseNotes);
-    roundTrip(editor, document, item, AppcastEditor::Description::asStored);
+    roundTrip(editor, document, item);
     return 0;
 }
