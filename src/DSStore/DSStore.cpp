@@ -173,7 +173,9 @@ void DSStore::remove(const std::string& filename, RecordType type) {
 }
 
 bool DSStore::operator==(const DSStore& other) const {
-    return std::ranges::equal(records(), other.records());
+    const RecordView own = records();
+    const RecordView others = other.records();
+    return std::equal(own.begin(), own.end(), others.begin(), others.end());
 }
 
 } // namespace halvo

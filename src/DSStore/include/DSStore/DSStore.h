@@ -4,8 +4,8 @@
 #include <DSStore/Record.h>
 
 #include <filesystem>
+#include <iterator>
 #include <map>
-#include <ranges>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -30,6 +30,44 @@ public:
     using RecordType = dsstore::RecordType;
     using Value = dsstore::Value;
 
+    /// The records of a store, borrowed.
+    class RecordView {
+        using Entries = std::map<std::uint64_t, Record>;
+
+    public:
+        class Iterator {
+        public:
+            using iterator_category = std::forward_iterator_tag;
+            using value_type = Record;
+            using difference_type = std::ptrdiff_t;
+            using pointer = const Record*;
+            using reference = const Record&;
+
+            Iterator() = default;
+            explicit Iterator(Entries::const_iterator entry) : entry(entry) {}
+            reference operator*() const { return entry->second; }
+            pointer operator->() const { return &entry->second; }
+            Iterator& operator++() {
+                ++entry;
+                return *this;
+            }
+            Iterator operator++(int) { return Iterator(entry++); }
+            bool operator==(const Iterator&) const = default;
+
+        private:
+            Entries::const_iterator entry{};
+        };
+
+        explicit RecordView(const Entries& entries) : entries(&entries) {}
+        Iterator begin() const { return Iterator(entries->begin()); }
+        Iterator end() const { return Iterator(entries->end()); }
+        const Record& front() const { return entries->begin()->second; }
+        std::size_t size() const { return entries->size(); }
+
+    private:
+        const Entries* entries;
+    };
+
     DSStore() = default;
     /// Takes the records as they are; a key that stands there twice is refused when the store is written.
     explicit DSStore(std::vector<Record> records);
@@ -46,8 +84,8 @@ public:
     void write(const std::filesystem::path& path) const;
 
     // Records, in the order in which they were read or added.
-    /// A view, valid until the store changes.
-    auto records() const { return std::views::values(entries); }
+    /// Valid until the store changes.
+    RecordView records() const { return RecordView(entries); }
     std::vector<Record> records(const std::string& filename) const;
     std::set<std::string> filenames() const;
     std::size_t size() const { return entries.size(); }
