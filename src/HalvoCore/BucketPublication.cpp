@@ -72,6 +72,15 @@ Failure notInFeed(const Release& release) {
     return Failure("Release not found: " + release.versionDescription());
 }
 
+/// Neither the title nor the name of any file is the app's.
+bool isOfAnotherApp(const FeedContents& contents, const std::string& appName) {
+    const auto isOwn = [&](const std::string& address) {
+        return fileNameIn(address).starts_with(artifactName(appName));
+    };
+    return contents.itemCount() > 0 && contents.title != appName &&
+           std::ranges::none_of(contents.downloads, isOwn);
+}
+
 /// "Not shown, because it has no EdDSA signature: 1.0, 1.1 (2 items)", a line for each reason.
 Warnings unreadLines(const std::vector<FeedContents::Unread>& unread) {
     constexpr std::size_t mostNamed = 3;
@@ -96,6 +105,16 @@ UUID appcastReleaseID(std::int64_t version, const std::string& shortVersionStrin
     if (twin > 1)
         name += "|" + std::to_string(twin);
     return DeterministicUUID::v5(nameSpace, name);
+}
+
+std::optional<std::string> titleOfAnotherAppsFeed(ByteView feed, const std::string& appName) {
+    try {
+        const SystemClock clock;
+        const FeedContents contents = AppcastEditor(appName, URL(), false, clock).read(feed);
+        return isOfAnotherApp(contents, appName) ? std::optional(contents.title) : std::nullopt;
+    } catch (const Failure&) { // not a feed
+        return std::nullopt;
+    }
 }
 
 /// A new release as an item of the feed.
@@ -203,11 +222,7 @@ FeedContents BucketPublication::contents(ByteView bytes) const {
 }
 
 void BucketPublication::refuseFeedOfAnotherApp(const FeedContents& contents, const std::string& name) const {
-    const auto isOwn = [&](const std::string& address) {
-        return fileNameIn(address).starts_with(artifactName(name));
-    };
-    if (adoptsFeed || contents.itemCount() == 0 || contents.title == name ||
-        std::ranges::any_of(contents.downloads, isOwn))
+    if (adoptsFeed || !isOfAnotherApp(contents, name))
         return;
     throw CodedFailure(
         "feed_of_another_app",

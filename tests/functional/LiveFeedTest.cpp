@@ -239,6 +239,17 @@ TEST_F(LiveFeed, ofAnotherAppIsNotTouched) {
     EXPECT_THAT(feed(), AllOf(HasSubstr(">9.0<"), HasSubstr("Somebody's App"), HasSubstr("Twin")));
 }
 
+TEST_F(LiveFeed, ofAnotherAppIsSeenBySetup) {
+    server.put("appcast.xml", foreignFeed("Somebody's App"));
+    AppBundle().writeTo(work);
+    variables["HALVO_S3_PUBLIC_URL"] = server.url() + "/demo";
+    const Outcome done = run({"setup", "Demo.app", "--hosting", "s3", "--s3-access-key-id", "id",
+                              "--s3-secret-access-key", "a-secret-of-the-store", "--generate-sparkle-key"},
+                             variables);
+    EXPECT_THAT(done.output, HasSubstr("halvo config set s3 path-prefix demo -b com.example.demo"));
+    EXPECT_THAT(done.output, HasSubstr("Setup complete!"));
+}
+
 TEST_F(LiveFeed, isNotPublishedToWithAKeyThatNobodyTrusts) {
     const std::string trusted = makeSigningKey('o').publicKey;
     AppBundle app;

@@ -75,7 +75,7 @@ TEST_F(SetupRun, keepsTheKeyThatUsersTrust) {
     options.emplace_back("--generate-sparkle-key");
     EXPECT_THAT(setup(options).output,
                 EndsWith("\nFailed to create app: A Sparkle signing key for com.example.demo is already in "
-                         "the keychain. Run `halvo setup` without --generate-sparkle-key to use it.\n"));
+                         "the keychain. Run `halvo setup` without --generate-sparkle-key to use it. `halvo export sparkle-key -b com.example.demo` shows it.\n"));
     EXPECT_FALSE(hasStored(settings));
     EXPECT_THAT(setup(bucket).output, HasSubstr("\nSUPublicEDKey  " + key.publicKey + "\n"));
 }

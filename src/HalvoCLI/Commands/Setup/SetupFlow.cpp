@@ -6,8 +6,10 @@
 #include "Output/FailureReport.h"
 
 #include <Base/Text.h>
+#include <HalvoCore/BucketPublication.h>
 #include <HalvoCore/BundleImportService.h>
 #include <HalvoCore/ServerAppRepository.h>
+#include <Models/Artifact.h>
 #include <Models/ServiceAddresses.h>
 #include <Platform/Files.h>
 
@@ -91,9 +93,37 @@ HostingType SetupFlow::chooseHosting(const BundleInfo& app) {
     return chosen == 0 ? HostingType::halvo : HostingType::s3;
 }
 
+/// Where another app's feed stands at the address, each needs a place of its own. A feed that cannot be read
+/// now is found out by the first release.
+void SetupFlow::proposePrefix(S3Configuration& configuration, const BundleInfo& app) {
+    std::optional<std::string> title;
+    const std::string address = configuration.appcastURL().absoluteString();
+    try {
+        const HTTPResponse feed = platform.http.send({.url = address, .timeLimit = std::chrono::seconds(10)},
+                                                     platform.cancellation);
+        if (feed.status == 200)
+            title = titleOfAnotherAppsFeed(feed.body, app.name);
+    } catch (const HTTPError&) {
+    }
+    if (!title)
+        return;
+    const std::string prefix = artifactName(lowercased(app.name));
+    const std::string found = "The feed " + address + " belongs to another app (\"" + *title + "\").";
+    if (terminal.interactive() &&
+        terminal.yesOrNoChoicePrompt(
+            {.question = found + " Use the path prefix \"" + prefix + "\" for " + app.name + "?"}))
+        configuration.pathPrefix = prefix;
+    else
+        terminal.warning(
+            {{.message = found + " Releases will be refused until this app has a place of its own.",
+              .nextSteps = {"Run " + TerminalText::command("halvo config set s3 path-prefix " + prefix +
+                                                           " -b " + app.identifier)}}});
+}
+
 void SetupFlow::setUpS3(const BundleInfo& app, const std::optional<PrivateKey>& givenKey) {
-    const S3Configuration configuration =
+    S3Configuration configuration =
         resolveS3Configuration(options.s3Destination, platform.environment, terminal);
+    proposePrefix(configuration, app);
     const S3Credentials credentials = resolveS3Credentials(options, terminal);
     withFailurePrefix("Failed to store S3 credentials: ",
                       [&] { services.keyChain().setS3Credentials(credentials, app.identifier); });

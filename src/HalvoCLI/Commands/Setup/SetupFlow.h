@@ -22,6 +22,7 @@ private:
     BundleInfo importApp();
     bool isSetUp(const BundleInfo& app);
     HostingType chooseHosting(const BundleInfo& app);
+    void proposePrefix(S3Configuration& configuration, const BundleInfo& app);
     void setUpS3(const BundleInfo& app, const std::optional<PrivateKey>& givenKey);
     void setUpHosted(const BundleInfo& app, const std::optional<PrivateKey>& givenKey);
     void displaySparkleConfig(const URL& appcastURL, const std::optional<std::string>& publicKey,

@@ -21,8 +21,10 @@ SparkleKey makeKey(const std::string& bundle, KeyChainStore& keyChain, Terminal&
 } // namespace
 
 std::string SetupError::describe(const Case& which) {
-    return "A Sparkle signing key for " + std::get<SparkleKeyAlreadyExists>(which).bundleIdentifier +
-           " is already in the keychain. Run `halvo setup` without --generate-sparkle-key to use it.";
+    const std::string& bundle = std::get<SparkleKeyAlreadyExists>(which).bundleIdentifier;
+    return "A Sparkle signing key for " + bundle +
+           " is already in the keychain. Run `halvo setup` without --generate-sparkle-key to use it. `halvo export sparkle-key -b " +
+           bundle + "` shows it.";
 }
 
 std::optional<PrivateKey> readSparkleKey(const SetupOptions& options) {

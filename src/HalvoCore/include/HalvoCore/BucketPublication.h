@@ -11,6 +11,9 @@ struct FeedContents;
 /// second item with both numbers, which only other tools write, is "42|1.2.3|2".
 UUID appcastReleaseID(std::int64_t version, const std::string& shortVersionString, int twin = 1);
 
+/// The title of a feed that has items and is another app's; absent for any other bytes.
+std::optional<std::string> titleOfAnotherAppsFeed(ByteView feed, const std::string& appName);
+
 /// A bucket of the user's own. Its feed is the only database: listing reads it, editing changes single items
 /// of it.
 ///
