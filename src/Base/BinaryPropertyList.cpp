@@ -176,7 +176,7 @@ private:
             BinaryReader key = at(readSized(keys, referenceSize));
             const std::uint8_t marker = key.readUInt8();
             if (marker >> 4 != asciiType && marker >> 4 != utf16Type)
-                refuse("a key is no text");
+                refuse("a key is not a text");
             entries.insert_or_assign(text(key, marker), object(readSized(values, referenceSize), depth + 1));
         }
         return PropertyList(std::move(entries));
@@ -188,7 +188,7 @@ private:
         if (low == lengthFollows) {
             const std::uint8_t marker = reader.readUInt8();
             if (marker >> 4 != integerType || (marker & 0xF) > 3)
-                refuse("a length is no integer");
+                refuse("a length is not an integer");
             length = readSized(reader, std::size_t(1) << (marker & 0xF));
         }
         if (length > reader.remaining() / unitSize)
@@ -234,7 +234,7 @@ void writeMarker(BinaryWriter& writer, Marker type, std::size_t length) {
     }
 }
 
-/// Encodes a value that is no container.
+/// Encodes a value that is not a container.
 struct LeafWriter {
     BinaryWriter& writer;
 

@@ -41,7 +41,7 @@ std::string run(Arguments arguments, ProcessRunner& processes, const std::stop_t
                                                     .cancellation = cancellation});
         if (result.succeeded() || result.termination == Termination{.value = warning})
             return result.standardOutput;
-        // What 7-Zip says of a file that is no archive: "Cannot open the file as archive", "... as [Dmg]
+        // What 7-Zip says of a file that is not an archive: "Cannot open the file as archive", "... as [Dmg]
         // archive".
         if ((result.standardOutput + result.standardError).find("open the file as ") != std::string::npos)
             fail("image not recognized");

@@ -172,7 +172,7 @@ std::vector<std::string> XcodeArchiveService::parseSchemes(std::string_view outp
     std::vector<std::string> names;
     for (const json& scheme : *schemes) {
         if (!scheme.is_string())
-            failSchemes("The output of xcodebuild -list holds a scheme that is no text");
+            failSchemes("The output of xcodebuild -list holds a scheme that is not a text");
         names.push_back(scheme.get<std::string>());
     }
     std::sort(names.begin(), names.end());

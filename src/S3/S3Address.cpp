@@ -33,7 +33,7 @@ std::string bucketURL(const S3Location& location) {
         return std::string(baseOf(*location.endpoint)) + "/" + bucket;
     if (!isHostLabel(location.region))
         throw S3Error({.code = "InvalidRegion",
-                       .message = "\"" + location.region + "\" is no region of Amazon S3, such as us-east-1.",
+                       .message = "\"" + location.region + "\" is not a region of Amazon S3, such as us-east-1.",
                        .bucket = location.bucket});
     const std::string domain =
         "s3." + location.region + ".amazonaws.com" + (location.region.starts_with("cn-") ? ".cn" : "");

@@ -16,7 +16,7 @@ OutputPipeline* Screen::conversation() const {
 }
 
 void Screen::write(const Hold& held, OutputPipeline& output, std::string_view text) {
-    // An output that is no terminal does not share the line's screen.
+    // An output that is not a terminal does not share the line's screen.
     const bool shared = drawn && output.description().interactive;
     if (shared)
         clear(held);

@@ -125,7 +125,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         length = self.headers.get("Content-Length", "0")
         if not re.fullmatch(r"[0-9]{1,18}", length):
             self.close_connection = True
-            raise Refusal(400, "The length of the body is no number.")
+            raise Refusal(400, "The length of the body is not a number.")
         return int(length)
 
     def body_chunks(self):
@@ -235,6 +235,6 @@ class Server(http.server.ThreadingHTTPServer):
         service.base = f"http://127.0.0.1:{self.server_address[1]}"
 
     def handle_error(self, request, client_address):
-        """A client that goes away is no fault of ours; everything else is told."""
+        """A client that goes away is not our fault; everything else is told."""
         if not isinstance(sys.exc_info()[1], ConnectionError):
             super().handle_error(request, client_address)

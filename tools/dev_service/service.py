@@ -340,7 +340,7 @@ class Service:
         """A stored release of an app, as it would be after a change."""
         below = release.get("criticalUpdateBelowReleaseID")
         if below and self.releases.get(below.upper(), {}).get("app") != app["id"]:
-            raise Refusal(422, "criticalUpdateBelowReleaseID is no release of this app.")
+            raise Refusal(422, "criticalUpdateBelowReleaseID is not a release of this app.")
         release["channel"] = release.get("channel") or None  # the empty name is that of the default channel
 
     def check_signature(self, app, release, path):

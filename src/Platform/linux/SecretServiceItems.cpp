@@ -297,11 +297,11 @@ public:
 
     std::string message(KeychainStatus status) const override {
         if (status == KeychainStatus::interactionNotAllowed)
-            return "The keyring of this session is locked, or there is none yet, and without a desktop its password cannot be asked for. Unlock it, or set HALVO_KEYCHAIN=file to keep secrets in a file.";
+            return "The login keyring is locked, or there is none yet, and without a desktop its password cannot be asked for. Unlock it, or set HALVO_KEYCHAIN=file to keep secrets in a file.";
         return keychainMessage(status);
     }
 
-    std::string location() const override { return "the keyring of this session (Secret Service)"; }
+    std::string location() const override { return "the login keyring (Secret Service)"; }
 
     /// Success when the session bus can be reached and a service answers on it.
     KeychainStatus reach() {
@@ -331,7 +331,7 @@ private:
 
 extern "C" halvo::KeychainItems* halvoMakeSecretServiceItems(const halvo::SecretServiceOptions& options) {
     halvo::SecretServiceOptions quiet = options;
-    quiet.warn = [](const std::string&) {}; // that nothing answers is no news: the file takes its place
+    quiet.warn = [](const std::string&) {}; // where nothing answers, the file takes its place without a word
     if (halvo::SecretServiceItems(quiet).reach() != halvo::KeychainStatus::success)
         return nullptr;
     return new halvo::SecretServiceItems(options);

@@ -150,7 +150,7 @@ TEST(ParseSchemes, namesWhatIsDamaged) {
     const std::string output = "Failed to parse schemes: The output of xcodebuild -list holds ";
     EXPECT_EQ(failure("Schemes: Demo"), output + "no schemes");
     EXPECT_EQ(failure(R"({"workspace": {"schemes": ["a"]}})"), output + "no schemes");
-    EXPECT_EQ(failure(R"({"project": {"schemes": ["a", 1]}})"), output + "a scheme that is no text");
+    EXPECT_EQ(failure(R"({"project": {"schemes": ["a", 1]}})"), output + "a scheme that is not a text");
     EXPECT_EQ(failure("{\"project\": {\"schemes\": [\"\xff\"]}}"),
               "Failed to parse schemes: Invalid output encoding");
 }

@@ -87,7 +87,7 @@ TEST(BundleInfo, namesTheKeyThatIsMissing) {
         PropertyListDictionary info = completeInfo();
         info.erase(key);
         EXPECT_EQ(SampleBundle(info).failure(), "Missing " + key + " in Info.plist");
-        info.insert_or_assign(key, 42); // a number is no text
+        info.insert_or_assign(key, 42); // a number is not a text
         EXPECT_EQ(SampleBundle(info).failure(), "Missing " + key + " in Info.plist");
     }
 }

@@ -58,7 +58,7 @@ TEST(Faults, haveAKindAndASentence) {
                  {{.headers = {{"X-Huge", std::string(200'000, 'x')}}},
                   Kind::notHTTP,
                   "The header of the answer of 127.0.0.1 is too large."},
-                 {{.body = "this is no gzip", .headers = {{"Content-Encoding", "gzip"}}},
+                 {{.body = "this is not gzip", .headers = {{"Content-Encoding", "gzip"}}},
                   Kind::notHTTP,
                   "The answer of 127.0.0.1 cannot be decompressed"}};
     for (const auto& row : cases) {

@@ -93,7 +93,7 @@ TEST_F(UnlockedKeyring, findsAndClearsWhatWasFiledWithoutAKeyring) {
     EXPECT_EQ(open()->update(query, {.data = copyBytes("new")}), KeychainStatus::success);
     EXPECT_EQ(open({{"HALVO_KEYCHAIN", "file"}})->copy(query, read), KeychainStatus::success);
     EXPECT_EQ(read.data, copyBytes("new"));
-    EXPECT_THAT(open()->location(), testing::AllOf(testing::StartsWith("the keyring of this session"),
+    EXPECT_THAT(open()->location(), testing::AllOf(testing::StartsWith("the login keyring"),
                                                    testing::HasSubstr("halvo/keychain.json")));
     outputOf("printf other | secret-tool store --label=Other service halvo.example account filed xdg:schema "
              "com.tarnworks.Halvo");

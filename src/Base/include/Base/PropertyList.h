@@ -19,7 +19,7 @@ class PropertyList;
 using PropertyListArray = std::vector<PropertyList>;
 using PropertyListDictionary = std::map<std::string, PropertyList>;
 
-/// Bytes that are no property list, or a value that cannot be written in the form asked for; the description
+/// Bytes that are not a property list, or a value that cannot be written in the form asked for; the description
 /// says why.
 class PropertyListError : public Failure {
 public:
@@ -80,7 +80,7 @@ public:
         return std::get_if<Type>(&held);
     }
 
-    /// The entry of a dictionary; null when this is no dictionary or has no such key.
+    /// The entry of a dictionary; null when this is not a dictionary or has no such key.
     const PropertyList* find(const std::string& key) const;
     /// The entry of a dictionary when it has that type.
     template<typename Type>

@@ -31,7 +31,7 @@ public:
     PrivateKey getSigningKey(const BundleInfo& app) const;
 
     /// The App Store Connect key; absent when nothing of it is given. Throws CLIError `invalid_argument` when
-    /// a part is missing or is no base64.
+    /// a part is missing or is not base64.
     std::optional<NotarizationCredentials> resolveNotarizationCredentials() const;
 
 private:

@@ -37,7 +37,7 @@ struct SparkleKey {
 /// no key.
 std::optional<PrivateKey> readSparkleKey(const SetupOptions& options);
 
-/// Sees to it that the keychain holds a key for the app: the given one, one that is stored already, one of
+/// Gives the keychain a key for the app: the given one, one that is stored already, one of
 /// Sparkle's own tool that the person agrees to import, or a new one. Throws SetupError, KeychainError,
 /// Ed25519Error and PromptError.
 SparkleKey resolveSparkleKey(const std::optional<PrivateKey>& given, bool generate,

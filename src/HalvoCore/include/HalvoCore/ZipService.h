@@ -40,7 +40,7 @@ public:
         : temporaryDirectory(std::move(temporaryDirectory)), cancellation(std::move(cancellation)) {}
 
     /// Packs the bundle, with itself as the top entry, into a fresh folder of the temporary directory; folder
-    /// and file are the caller's then. Throws ZipError `InvalidApplicationURL` for what is no package, and
+    /// and file are the caller's then. Throws ZipError `InvalidApplicationURL` for what is not a package, and
     /// what packing throws (ZIPError, FileError).
     URL zip(const URL& applicationURL, const Progress& progress = {}) const;
 

@@ -27,7 +27,7 @@ public:
 
     /// Copies a profile to both folders where versions of Xcode look, replacing what they hold under that
     /// UUID. `libraryDirectory` is the user's `~/Library`. Throws FileError, and
-    /// ProvisioningProfileError::Unreadable for a UUID that is no file name.
+    /// ProvisioningProfileError::Unreadable for a UUID that is not a file name.
     static void install(const std::filesystem::path& file, const std::string& uuid,
                         const std::filesystem::path& libraryDirectory);
 

@@ -11,7 +11,7 @@ namespace halvo {
 /// An opened bundle: a folder laid out as macOS lays out its packages.
 class Bundle {
 public:
-    /// Absent when the path is no folder, or holds none of what makes a bundle (a `Contents` folder, or an
+    /// Absent when the path is not a folder, or holds none of what makes a bundle (a `Contents` folder, or an
     /// `Info.plist` or `Resources` at its top).
     static std::optional<Bundle> open(const std::filesystem::path& path);
 

@@ -19,7 +19,7 @@ struct CopyTreeOptions {
 /// and everything keeps its permissions and its time of modification; on file systems that can, copies share
 /// their blocks with the originals. A link to a folder as `source` stands for that folder.
 ///
-/// Throws FileError, also for what is no file, folder or link (a socket, a device), and CancelledError. What
+/// Throws FileError, also for what is not a file, folder or link (a socket, a device), and CancelledError. What
 /// was copied until then stays.
 void copyTree(const std::filesystem::path& source, const std::filesystem::path& destination,
               const CopyTreeOptions& options = {});

@@ -22,7 +22,7 @@ public:
 /// only files that the user handed over or that this run made are mapped.
 class MappedFile {
 public:
-    /// Throws FileError when the path is no readable regular file.
+    /// Throws FileError when the path is not a readable regular file.
     explicit MappedFile(const std::filesystem::path& path);
     MappedFile(MappedFile&& other) noexcept;
     MappedFile& operator=(MappedFile&& other) noexcept;
@@ -46,7 +46,7 @@ void writeFileAtomically(const std::filesystem::path& path, ByteView bytes, unsi
 /// Creates a file that must not exist yet, with `mode` from its first byte on (`O_EXCL`). Throws FileError.
 void writeNewFile(const std::filesystem::path& path, ByteView bytes, unsigned mode = 0600);
 
-/// Removes what is there, a whole folder too, and never fails: for temporary files whose loss is no loss.
+/// Removes what is there, a whole folder too, and never fails: for temporary files that nobody misses.
 void removeQuietly(const std::filesystem::path& path) noexcept;
 
 /// Removes a file or folder, which may not exist yet, when the object goes.

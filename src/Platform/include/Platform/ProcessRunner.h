@@ -68,7 +68,7 @@ struct ProcessRequest {
     std::stop_token cancellation{};
 };
 
-/// A run that failed as such; what a tool that did run says is no failure of this kind.
+/// A run that failed as such; what a tool that did run says is not a failure of this kind.
 struct ProcessErrorCases {
     struct CannotStart {
         std::string executable{};

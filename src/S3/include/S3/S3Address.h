@@ -17,7 +17,7 @@ struct S3Location {
 /// The URL of the bucket, without a closing slash.
 ///
 /// With an endpoint, the bucket is the first part of the path behind the endpoint's own. On Amazon it is the
-/// first part of the host name, unless its name is no host label (a dot in it would break the certificate's
+/// first part of the host name, unless its name is not a host label (a dot in it would break the certificate's
 /// match): then it stands in the path too. Throws S3Error when there is no bucket or the region cannot be
 /// part of a host name.
 std::string bucketURL(const S3Location& location);

@@ -15,7 +15,7 @@ namespace halvo {
 /// A question that got no answer.
 class PromptError : public Failure {
 public:
-    /// There is nobody to ask: the input or the output is no terminal.
+    /// There is nobody to ask: the input or the output is not a terminal.
     struct NotInteractive {
         std::string question{};
         std::string hint{}; ///< how to answer without a terminal; may be empty

@@ -25,7 +25,7 @@ struct TerminalSize {
     std::size_t height = 0;
 };
 
-/// Decides what an output is from facts about it. `size` is absent when it is no terminal.
+/// Decides what an output is from facts about it. `size` is absent when it is not a terminal.
 ///
 /// - interactive: a terminal whose TERM is set and not "dumb";
 /// - coloured: interactive, or CLICOLOR_FORCE is set and not "0"; never with NO_COLOR set and not empty, nor

@@ -11,7 +11,7 @@ namespace halvo::test {
 /// A run of /bin/sh with a script; its further arguments are $1, $2 ...
 ProcessRequest shell(std::string script, Arguments arguments = {});
 
-/// Whether a process of that number exists and is no zombie.
+/// Whether a process of that number exists and is not a zombie.
 bool isAlive(pid_t process);
 
 /// Polls for up to `limit`, since a killed process needs a moment to vanish. Whether it is gone.

@@ -9,7 +9,7 @@
 namespace halvo {
 
 /// A PNG of `width` by `height` points with `scale` pixels for each point, and DPI tags of 72 * `scale`.
-/// Absent when that is no picture, or has a side of more than 8192 pixels. Throws Failure when there is text
+/// Absent when that is not a picture, or has a side of more than 8192 pixels. Throws Failure when there is text
 /// to draw and no font is installed.
 std::optional<Bytes> renderDrawing(const Drawing& drawing, double width, double height, double scale);
 

@@ -24,7 +24,7 @@ struct IconPicture {
 };
 
 /// The pictures of an Apple icon file (ICNS), in the file's order; the old icons of 1 to 8 bits are left
-/// out, and so is what is larger than `longestPictureSide`. None when the bytes are no icon file or
+/// out, and so is what is larger than `longestPictureSide`. None when the bytes are not an icon file or
 /// its elements do not fit into each other.
 std::vector<IconPicture> listIconPictures(ByteView icns);
 
